@@ -1,0 +1,199 @@
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <limits>
+#include <string>
+#include <vector>
+
+#include "core/kernel.h"
+
+namespace gs {
+namespace {
+
+constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
+
+EscapeResult mandel(std::int32_t maxIter, double x, double y) {
+    EscapeResult r;
+    mandelbrotPoint(maxIter, r, x, y, 0, 0);
+    return r;
+}
+
+void expectInterior(const EscapeResult& r, std::int32_t maxIter) {
+    EXPECT_EQ(r.nu, static_cast<double>(maxIter));
+    EXPECT_EQ(r.distance, 0.0);
+    EXPECT_EQ(r.trapDistance, 0.0);
+}
+
+std::uint64_t iterationsFor(bool julia, std::int32_t maxIter, double x, double y, double jr = 0,
+                            double ji = 0) {
+    SpanInput in{maxIter, &x, y, 1, julia, jr, ji};
+    EscapeResult r;
+    std::uint64_t n = 0;
+    escapeSpanScalar(in, &r, &n);
+    return n;
+}
+
+TEST(KernelScalar, InteriorShortcutsCatchCardioidAndBulb) {
+    expectInterior(mandel(255, 0, 0), 255);
+    expectInterior(mandel(255, -1, 0), 255);
+    EXPECT_EQ(iterationsFor(false, 255, 0, 0), 0u);
+    EXPECT_EQ(iterationsFor(false, 255, -1, 0), 0u);
+    // The shortcut looks only at c, even with a non-zero z0.
+    EscapeResult r;
+    mandelbrotPoint(100, r, 0, 0, 5, 5);
+    expectInterior(r, 100);
+}
+
+TEST(KernelScalar, CEqualsTwoEscapesOnTheFourthStep) {
+    // z = 2, 6, 38, 1446: |z|^2 passes 65536 at step 4.
+    const EscapeResult r = mandel(255, 2, 0);
+    EXPECT_NEAR(r.nu, 5.0 - std::log2(std::log(1446.0)), 1e-12);
+    EXPECT_EQ(iterationsFor(false, 255, 2, 0), 4u);
+    EXPECT_EQ(r.trapDistance, 0.0);  // the orbit stays on the real axis
+    EXPECT_GT(r.distance, 0.0);
+    // Escaping on the very last permitted step stays just below the interior value.
+    EXPECT_EQ(mandel(4, 2, 0).nu, 3.5);
+    expectInterior(mandel(3, 2, 0), 3);
+    EXPECT_NEAR(mandel(5, 2, 0).nu, 5.0 - std::log2(std::log(1446.0)), 1e-12);
+}
+
+TEST(KernelScalar, CeilingBelowOneIsInteriorWithoutIterating) {
+    for (std::int32_t maxIter : {0, -1, -1000}) {
+        expectInterior(mandel(maxIter, 2, 0), maxIter);
+        EscapeResult r;
+        juliaPoint(maxIter, r, 5, 5, 0, 0);
+        expectInterior(r, maxIter);
+        EXPECT_EQ(iterationsFor(false, maxIter, 2, 0), 0u);
+    }
+}
+
+TEST(KernelScalar, EscapeOnFirstStepHasFiniteTrap) {
+    const EscapeResult r = mandel(255, 300, 200);
+    EXPECT_EQ(iterationsFor(false, 255, 300, 200), 1u);
+    EXPECT_EQ(r.trapDistance, 200.0);
+    EXPECT_TRUE(std::isfinite(r.distance));
+}
+
+TEST(KernelScalar, AttractingJuliaCycleIsInteriorEarly) {
+    // c = -1 has an attracting 2-cycle {0, -1}; c = -0.122 + 0.745i (the rabbit) a 3-cycle.
+    const std::int32_t maxIter = 1000000;
+    EscapeResult r;
+    juliaPoint(maxIter, r, 0.1, 0.05, -1, 0);
+    expectInterior(r, maxIter);
+    EXPECT_LT(iterationsFor(true, maxIter, 0.1, 0.05, -1, 0), 1000u);
+    juliaPoint(maxIter, r, 0.05, 0.02, -0.122, 0.745);
+    expectInterior(r, maxIter);
+    EXPECT_LT(iterationsFor(true, maxIter, 0.05, 0.02, -0.122, 0.745), 5000u);
+    // A Mandelbrot point in the period-3 bulb (not covered by the shortcut) too.
+    EXPECT_LT(iterationsFor(false, maxIter, -0.122, 0.745), 5000u);
+}
+
+TEST(KernelScalar, DerivativeOverflowZeroesDistanceOnly) {
+    // On the Julia set of c = -2 the fixed point 2 repels with multiplier 4: a subnormal
+    // offset needs ~530 steps to escape while the derivative passes 1e308 first.
+    EscapeResult r;
+    juliaPoint(5000, r, 2.0, 1e-320, -2.0, 0.0);
+    EXPECT_GT(r.nu, 500.0);
+    EXPECT_LT(r.nu, 5000.0);
+    EXPECT_EQ(r.distance, 0.0);
+    EXPECT_TRUE(std::isfinite(r.trapDistance));
+}
+
+TEST(KernelScalar, NaNCoordinatesRunToTheCeiling) {
+    expectInterior(mandel(300, kNaN, 0), 300);
+    expectInterior(mandel(300, 0.3, kNaN), 300);
+    EscapeResult r;
+    juliaPoint(300, r, kNaN, 0, -1, 0);
+    expectInterior(r, 300);
+}
+
+TEST(KernelScalar, PairsEqualTwoSinglePoints) {
+    EscapeResult a, b;
+    mandelbrotPointPair(500, a, b, -0.7436, 0.1318, 0.3, 0.5, 0, 0);
+    EXPECT_EQ(a, mandel(500, -0.7436, 0.1318));
+    EXPECT_EQ(b, mandel(500, 0.3, 0.5));
+    EscapeResult c, d, e, f;
+    juliaPointPair(500, c, d, 0.1, 0.2, 1.5, -0.3, -0.8, 0.156);
+    juliaPoint(500, e, 0.1, 0.2, -0.8, 0.156);
+    juliaPoint(500, f, 1.5, -0.3, -0.8, 0.156);
+    EXPECT_EQ(c, e);
+    EXPECT_EQ(d, f);
+}
+
+// A table of regions: every compiled SIMD target must give the scalar kernel's bits.
+struct Region {
+    std::string name;
+    double cx, cy, width;
+    std::int32_t maxIter;
+    bool julia = false;
+    double jr = 0, ji = 0;
+    int w = 41, h = 23;  // odd sizes on purpose: lanes are refilled mid-row
+};
+
+std::ostream& operator<<(std::ostream& os, const Region& r) { return os << r.name; }
+
+class KernelSimdMatchesScalar : public ::testing::TestWithParam<Region> {};
+
+TEST_P(KernelSimdMatchesScalar, OnEveryTarget) {
+    const Region& g = GetParam();
+    const double height = g.width * 0.75;
+    const double dx = g.width / g.w, dy = height / g.h;
+    const double xmin = g.cx - g.width / 2, ymax = g.cy + height / 2;
+    std::vector<double> xs(static_cast<std::size_t>(g.w));
+    std::vector<EscapeResult> want(xs.size()), got(xs.size());
+    const std::int64_t targets = detail::compiledTargets();
+    ASSERT_NE(targets, 0);
+    int checked = 0;
+    for (int row = 0; row < g.h; ++row) {
+        for (int col = 0; col < g.w; ++col) xs[static_cast<std::size_t>(col)] = xmin + dx * col;
+        if (g.name == "nan-row" && row % 3 == 0) xs[5] = kNaN;
+        const double y = (g.name == "nan-row" && row == 1) ? kNaN : ymax - dy * row;
+        const SpanInput in{g.maxIter, xs.data(), y, g.w, g.julia, g.jr, g.ji};
+        escapeSpanScalar(in, want.data());
+        for (std::int64_t t = targets; t != 0; t &= t - 1) {
+            const std::int64_t target = t & -t;
+            std::fill(got.begin(), got.end(), EscapeResult{-1, -1, -1});
+            ASSERT_TRUE(detail::escapeSpanOnTarget(target, in, got.data()));
+            for (int col = 0; col < g.w; ++col) {
+                const auto i = static_cast<std::size_t>(col);
+                ASSERT_EQ(got[i], want[i])
+                    << detail::targetName(target) << " row " << row << " col " << col << ": nu "
+                    << got[i].nu << " vs " << want[i].nu << ", distance " << got[i].distance
+                    << " vs " << want[i].distance;
+                ++checked;
+            }
+        }
+    }
+    EXPECT_GT(checked, 0);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Regions, KernelSimdMatchesScalar,
+    ::testing::Values(
+        Region{"home", -0.5, 0.0, 4.0, 255},
+        Region{"seahorse-valley", -0.745, 0.1, 0.02, 1000},
+        Region{"elephant-valley", 0.275, 0.006, 0.01, 1200},
+        Region{"scene-b", -0.743643887037151, 0.131825904205330, 4e-6, 2248},
+        Region{"scene-c", -0.743643887037151, 0.131825904205330, 4e-13, 3185},
+        Region{"near-1e15", -0.743643887037151, 0.131825904205330, 4e-15, 3919},
+        Region{"period-3-bulb", -0.122, 0.745, 0.05, 3000},
+        Region{"period-5-bulb", -0.5043, 0.5628, 0.01, 4000},
+        Region{"julia-basilica", 0.0, 0.0, 3.2, 2000, true, -1.0, 0.0},
+        Region{"julia-rabbit", 0.0, 0.0, 3.2, 2000, true, -0.122, 0.745},
+        Region{"julia-dendrite", 0.0, 0.0, 3.2, 500, true, 0.0, 1.0},
+        Region{"julia-cusp", 0.0, 0.0, 3.2, 3000, true, 0.25, 0.0},
+        Region{"nan-row", -0.5, 0.0, 4.0, 200},
+        Region{"ceiling-0", -0.5, 0.0, 4.0, 0},
+        Region{"ceiling-1", -0.5, 0.0, 4.0, 1},
+        Region{"ceiling-negative", -0.5, 0.0, 4.0, -7},
+        Region{"ceiling-2", -1.9, 0.0, 0.5, 2},
+        Region{"one-pixel-wide", -0.745, 0.1, 0.02, 800, false, 0, 0, 1, 9}),
+    [](const auto& info) {
+        std::string n = info.param.name;
+        for (char& c : n)
+            if (c == '-') c = '_';
+        return n;
+    });
+
+}  // namespace
+}  // namespace gs
