@@ -55,16 +55,24 @@ HWY_INLINE V NegFma(V a, V b, V c) { return Fma(hn::Neg(a), b, c); }  // -a*b + 
 HWY_INLINE V Magnitude(V re, V im) { return hn::Sqrt(Fma(re, re, hn::Mul(im, im))); }
 HWY_INLINE V Select(M m, V yes, V no) { return hn::IfThenElse(m, yes, no); }
 
-// The per-lane state of one group, in the order the refill code spills and reloads it.
+// The per-lane state of one group as the refill code spills and reloads it. The first slots
+// are the hot state, kept in registers by the step loop; the rest changes only on a match or a
+// checkpoint and stays in memory.
 enum Slot {
-    kZr, kZi, kDr, kDi, kTrap, kCr, kCi, kAr, kAi, kBr, kBi, kZcr, kZci, kStep, kNextCheckpoint,
-    kSr, kSi, kTr, kTi, kCheckpoint, kPeriod, kLastMatch, kConfirmations, kR2, kActive,
-    kSlotCount
+    kZr, kZi, kDr, kDi, kTrap, kAr, kAi, kBr, kBi, kStep, kR2, kCr, kCi, kZcr, kZci, kNextEvent,
+    kHotCount,
+    kSr = kHotCount, kSi, kTr, kTi, kCheckpoint, kNextCheckpoint, kPeriod, kLastMatch,
+    kConfirmations, kSlotCount
+};
+
+// Hot lane state, as local vectors: never address-taken, so the compiler keeps it in registers.
+struct Hot {
+    V zr, zi, dr, di, trap, ar, ai, br, bi, step, r2, cr, ci, zcr, zci, nextEvent;
 };
 
 struct Group {
-    V v[kSlotCount];
-    std::int64_t pixel[kMaxLanes];  // pixel index per lane, -1 when the lane is idle
+    alignas(64) double lane[kSlotCount][kMaxLanes];  // spilled state, lane by lane
+    std::int64_t pixel[kMaxLanes];                   // pixel per lane, -1 when idle
     bool anyActive = false;
 };
 
@@ -75,10 +83,37 @@ struct Span {
     std::uint64_t iterations = 0;
 };
 
-// Sets up one lane (in the spilled arrays) for the next pixel that needs iterating; pixels the
-// interior shortcut settles are written directly. Returns false when the span is exhausted.
-HWY_INLINE bool LoadLane(Span& s, double (*lane)[kMaxLanes], std::size_t l, std::int64_t& pixel) {
+#define GS_HOT_FIELDS(X) \
+    X(zr, kZr) X(zi, kZi) X(dr, kDr) X(di, kDi) X(trap, kTrap) X(ar, kAr) X(ai, kAi) X(br, kBr) \
+    X(bi, kBi) X(step, kStep) X(r2, kR2) X(cr, kCr) X(ci, kCi) X(zcr, kZcr) X(zci, kZci)      \
+    X(nextEvent, kNextEvent)
+
+HWY_INLINE void Spill(const Hot& h, Group& g) {
+    const D d;
+#define GS_STORE(field, slot) hn::Store(h.field, d, g.lane[slot]);
+    GS_HOT_FIELDS(GS_STORE)
+#undef GS_STORE
+}
+
+HWY_INLINE Hot Reload(const Group& g) {
+    const D d;
+    Hot h;
+#define GS_LOAD(field, slot) h.field = hn::Load(d, g.lane[slot]);
+    GS_HOT_FIELDS(GS_LOAD)
+#undef GS_LOAD
+    return h;
+}
+
+HWY_INLINE V Cold(const Group& g, Slot slot) { return hn::Load(D(), g.lane[slot]); }
+HWY_INLINE void SetCold(Group& g, Slot slot, V v) { hn::Store(v, D(), g.lane[slot]); }
+
+// Sets up lane l for the next pixel that needs iterating; pixels the interior shortcut settles
+// are written directly. An exhausted span leaves the lane idle: a fixed orbit that never
+// reaches a checkpoint and so never looks like a cycle, restarted whenever it hits the ceiling.
+HWY_INLINE void LoadLane(Span& s, Group& g, std::size_t l) {
     const SpanInput& in = *s.in;
+    const double maxIter = static_cast<double>(in.maxIter);
+    auto& lane = g.lane;
     while (s.next < in.count) {
         const std::int64_t i = s.next++;
         const double x = in.xs[i];
@@ -93,144 +128,153 @@ HWY_INLINE bool LoadLane(Span& s, double (*lane)[kMaxLanes], std::size_t l, std:
             continue;
         }
         const double init[kSlotCount] = {
-            zr, zi, 0.0, 0.0, std::numeric_limits<double>::infinity(), cr, ci, 1.0, 0.0, 1.0,
-            0.0, zr, zi, 0.0, 1.0, 0.0, 0.0, 0.0, 0.0, 0.0, 0.0, 0.0, 0.0, 0.0, 1.0};
+            zr,  zi,  0.0, 0.0, std::numeric_limits<double>::infinity(), 1.0, 0.0, 1.0, 0.0,
+            0.0, 0.0, cr,  ci,  zr, zi, 1.0 /* next event */,
+            0.0, 0.0, 0.0, 0.0, 0.0, 1.0 /* next checkpoint */, 0.0, 0.0, 0.0};
         for (int slot = 0; slot < kSlotCount; ++slot) lane[slot][l] = init[slot];
-        pixel = i;
-        return true;
+        g.pixel[l] = i;
+        return;
     }
-    // Idle lane: a harmless fixed orbit, kept out of the cycle detector, never read.
     for (int slot = 0; slot < kSlotCount; ++slot) lane[slot][l] = 0.0;
-    lane[kNextCheckpoint][l] = 1.0;
-    pixel = -1;
-    return false;
+    lane[kNextCheckpoint][l] = std::numeric_limits<double>::infinity();
+    lane[kNextEvent][l] = maxIter;
+    lane[kZcr][l] = std::numeric_limits<double>::infinity();
+    g.pixel[l] = -1;
 }
 
-HWY_INLINE void FinishLane(Span& s, double (*lane)[kMaxLanes], std::size_t l, bool escaped,
-                           std::int64_t pixel) {
+HWY_INLINE void FinishLane(Span& s, const Group& g, std::size_t l, bool escaped) {
+    const auto& lane = g.lane;
     const std::int64_t k = static_cast<std::int64_t>(lane[kStep][l]);
     s.iterations += static_cast<std::uint64_t>(k);
+    EscapeResult& out = s.out[g.pixel[l]];
     if (escaped)
         kernel::finishEscape(k, s.in->maxIter, lane[kR2][l], lane[kDr][l], lane[kDi][l],
-                             lane[kTrap][l], s.out[pixel]);
+                             lane[kTrap][l], out);
     else
-        kernel::setInterior(s.out[pixel], s.in->maxIter);
+        kernel::setInterior(out, s.in->maxIter);
 }
 
-// Spills the group, finishes the lanes marked done, refills them, and reloads the group.
-HWY_NOINLINE void Refill(Span& s, Group& g, M done, M escaped, bool initial) {
+// Finishes the spilled lanes marked done and refills them with the next pixels.
+HWY_NOINLINE void Refill(Span& s, Group& g, M done, M escaped) {
     const D d;
-    const std::size_t n = hn::Lanes(d);
-    alignas(64) double lane[kSlotCount][kMaxLanes];
-    for (int slot = 0; slot < kSlotCount; ++slot) hn::Store(g.v[slot], d, lane[slot]);
     alignas(64) std::uint8_t doneBits[8] = {}, escapedBits[8] = {};
     hn::StoreMaskBits(d, done, doneBits);
     hn::StoreMaskBits(d, escaped, escapedBits);
     g.anyActive = false;
-    for (std::size_t l = 0; l < n; ++l) {
-        const bool isDone = initial || ((doneBits[l / 8] >> (l % 8)) & 1);
-        if (isDone) {
-            if (!initial && g.pixel[l] >= 0)
-                FinishLane(s, lane, l, (escapedBits[l / 8] >> (l % 8)) & 1, g.pixel[l]);
-            LoadLane(s, lane, l, g.pixel[l]);
+    for (std::size_t l = 0; l < hn::Lanes(d); ++l) {
+        if ((doneBits[l / 8] >> (l % 8)) & 1) {
+            if (g.pixel[l] >= 0) FinishLane(s, g, l, (escapedBits[l / 8] >> (l % 8)) & 1);
+            LoadLane(s, g, l);
         }
         g.anyActive = g.anyActive || g.pixel[l] >= 0;
     }
-    for (int slot = 0; slot < kSlotCount; ++slot) g.v[slot] = hn::Load(d, lane[slot]);
 }
 
-// The cycle detector's match handling, for lanes whose new z came back close to the checkpoint.
-// Returns the lanes proven interior.
-HWY_INLINE M MatchStep(Group& g, M near) {
+HWY_INLINE void InitGroup(Span& s, Group& g) {
+    const D d;
+    for (std::size_t l = 0; l < hn::Lanes(d); ++l) LoadLane(s, g, l);
+    g.anyActive = false;
+    for (std::size_t l = 0; l < hn::Lanes(d); ++l) g.anyActive = g.anyActive || g.pixel[l] >= 0;
+}
+
+// The cycle detector's match handling, for lanes whose new z came back close to the checkpoint
+// (A and B already updated). Returns the lanes proven interior.
+HWY_NOINLINE M MatchStep(Hot& h, Group& g, M near) {
     const D d;
     const V one = hn::Set(d, 1.0), zero = hn::Zero(d);
-    V* v = g.v;
-    const M match = hn::And(near, hn::Lt(Magnitude(v[kAr], v[kAi]), one));
+    const M match = hn::And(near, hn::Lt(Magnitude(h.ar, h.ai), one));
     if (hn::AllFalse(d, match)) return hn::FirstN(d, 0);
 
+    const V sr = Cold(g, kSr), si = Cold(g, kSi), tr = Cold(g, kTr), ti = Cold(g, kTi);
+    const V period = Cold(g, kPeriod), lastMatch = Cold(g, kLastMatch);
+    const V confirmations = Cold(g, kConfirmations);
     const V floor = hn::Set(d, kernel::kToleranceFloor), rel = hn::Set(d, kernel::kRelativeTolerance);
-    const V magT = Magnitude(v[kTr], v[kTi]), magS = Magnitude(v[kSr], v[kSi]);
+    const V magT = Magnitude(tr, ti), magS = Magnitude(sr, si);
     const V tolT = hn::Mul(rel, Select(hn::Gt(magT, floor), magT, floor));
     const V tolS = hn::Mul(rel, Select(hn::Gt(magS, floor), magS, floor));
     const M stable = hn::And(
-        hn::Lt(Magnitude(v[kBr], v[kBi]), one),
-        hn::And(hn::Lt(Magnitude(hn::Sub(v[kBr], v[kTr]), hn::Sub(v[kBi], v[kTi])), tolT),
-                hn::Lt(Magnitude(hn::Sub(v[kBr], v[kSr]), hn::Sub(v[kBi], v[kSi])), tolS)));
-    const M expected = hn::And(hn::Ne(v[kPeriod], zero),
-                               hn::Eq(v[kStep], hn::Add(v[kLastMatch], v[kPeriod])));
+        hn::Lt(Magnitude(h.br, h.bi), one),
+        hn::And(hn::Lt(Magnitude(hn::Sub(h.br, tr), hn::Sub(h.bi, ti)), tolT),
+                hn::Lt(Magnitude(hn::Sub(h.br, sr), hn::Sub(h.bi, si)), tolS)));
+    const M expected =
+        hn::And(hn::Ne(period, zero), hn::Eq(h.step, hn::Add(lastMatch, period)));
     const M confirmed = hn::And(match, hn::And(expected, stable));
-    const M interior = hn::And(confirmed, hn::Gt(v[kConfirmations], one));
+    const M interior = hn::And(confirmed, hn::Gt(confirmations, one));
     const M confirm = hn::AndNot(interior, confirmed);
     const M first = hn::AndNot(confirmed, match);
 
-    v[kConfirmations] =
-        Select(confirm, hn::Add(v[kConfirmations], one), Select(first, zero, v[kConfirmations]));
-    v[kTr] = Select(confirm, v[kBr], Select(first, v[kAr], v[kTr]));
-    v[kTi] = Select(confirm, v[kBi], Select(first, v[kAi], v[kTi]));
-    v[kSr] = Select(first, v[kAr], v[kSr]);
-    v[kSi] = Select(first, v[kAi], v[kSi]);
-    v[kPeriod] = Select(first, hn::Sub(v[kStep], v[kCheckpoint]), v[kPeriod]);
+    SetCold(g, kConfirmations,
+            Select(confirm, hn::Add(confirmations, one), Select(first, zero, confirmations)));
+    SetCold(g, kTr, Select(confirm, h.br, Select(first, h.ar, tr)));
+    SetCold(g, kTi, Select(confirm, h.bi, Select(first, h.ai, ti)));
+    SetCold(g, kSr, Select(first, h.ar, sr));
+    SetCold(g, kSi, Select(first, h.ai, si));
+    SetCold(g, kPeriod, Select(first, hn::Sub(h.step, Cold(g, kCheckpoint)), period));
     const M reset = hn::Or(confirm, first);
-    v[kBr] = Select(reset, one, v[kBr]);
-    v[kBi] = Select(reset, zero, v[kBi]);
-    v[kLastMatch] = Select(reset, v[kStep], v[kLastMatch]);
+    h.br = Select(reset, one, h.br);
+    h.bi = Select(reset, zero, h.bi);
+    SetCold(g, kLastMatch, Select(reset, h.step, lastMatch));
     return interior;
 }
 
-HWY_INLINE void Checkpoint(Group& g, V nzr, V nzi) {
+// Lanes at a checkpoint (a power-of-two step) take the new z as reference and restart A.
+HWY_INLINE void Checkpoint(Hot& h, Group& g, V nzr, V nzi, V maxIter) {
     const D d;
-    V* v = g.v;
-    const M at = hn::Eq(v[kStep], v[kNextCheckpoint]);
+    const V nextCheckpoint = Cold(g, kNextCheckpoint);
+    const M at = hn::Eq(h.step, nextCheckpoint);
     if (hn::AllFalse(d, at)) return;
-    v[kZcr] = Select(at, nzr, v[kZcr]);
-    v[kZci] = Select(at, nzi, v[kZci]);
-    v[kCheckpoint] = Select(at, v[kStep], v[kCheckpoint]);
-    v[kAr] = Select(at, hn::Set(d, 1.0), v[kAr]);
-    v[kAi] = Select(at, hn::Zero(d), v[kAi]);
-    v[kPeriod] = Select(at, hn::Zero(d), v[kPeriod]);
-    v[kNextCheckpoint] = Select(at, hn::Add(v[kNextCheckpoint], v[kNextCheckpoint]),
-                                v[kNextCheckpoint]);
+    h.zcr = Select(at, nzr, h.zcr);
+    h.zci = Select(at, nzi, h.zci);
+    h.ar = Select(at, hn::Set(d, 1.0), h.ar);
+    h.ai = Select(at, hn::Zero(d), h.ai);
+    SetCold(g, kCheckpoint, Select(at, h.step, Cold(g, kCheckpoint)));
+    SetCold(g, kPeriod, Select(at, hn::Zero(d), Cold(g, kPeriod)));
+    const V next = Select(at, hn::Add(nextCheckpoint, nextCheckpoint), nextCheckpoint);
+    SetCold(g, kNextCheckpoint, next);
+    h.nextEvent = hn::Min(next, maxIter);
 }
 
-// One step of every lane of the group; lanes that finished are finished and refilled.
-HWY_INLINE void Step(Span& s, Group& g, V maxIter) {
+// One step of every lane of the group. The common case touches only the hot registers; matches,
+// checkpoints, escapes and the ceiling take the rare paths.
+HWY_INLINE void Step(Span& s, Hot& h, Group& g, V maxIter) {
     const D d;
     const V one = hn::Set(d, 1.0), two = hn::Set(d, 2.0);
-    V* v = g.v;
-    v[kStep] = hn::Add(v[kStep], one);
-    const V zr = v[kZr], zi = v[kZi], dr = v[kDr], di = v[kDi];
+    h.step = hn::Add(h.step, one);
+    const V zr = h.zr, zi = h.zi, twoRe = hn::Add(zr, zr), twoIm = hn::Add(zi, zi);
 
-    const V nzr = Fma(zr, zr, NegFma(zi, zi, v[kCr]));
-    const V nzi = Fma(hn::Add(zr, zr), zi, v[kCi]);
-    v[kDr] = Fma(two, FmaSub(zr, dr, hn::Mul(zi, di)), one);
-    v[kDi] = hn::Mul(two, Fma(zr, di, hn::Mul(zi, dr)));
+    const V nzr = Fma(zr, zr, NegFma(zi, zi, h.cr));
+    const V nzi = Fma(twoRe, zi, h.ci);
+    const V ndr = Fma(two, FmaSub(zr, h.dr, hn::Mul(zi, h.di)), one);
+    h.di = hn::Mul(two, Fma(zr, h.di, hn::Mul(zi, h.dr)));
+    h.dr = ndr;
+    // Min is safe here: the values are non-negative, and a NaN orbit never escapes, so its
+    // trap distance is never read.
+    h.trap = hn::Min(h.trap, hn::Min(hn::Abs(nzr), hn::Abs(nzi)));
+    h.r2 = Fma(nzr, nzr, hn::Mul(nzi, nzi));
+    const M escaped = hn::Ge(h.r2, hn::Set(d, kernel::kBailout));
 
-    const V absRe = hn::Abs(nzr), absIm = hn::Abs(nzi);
-    const V nearAxis = Select(hn::Lt(absIm, absRe), absIm, absRe);
-    v[kTrap] = Select(hn::Lt(nearAxis, v[kTrap]), nearAxis, v[kTrap]);
+    const V ar = h.ar, ai = h.ai, br = h.br, bi = h.bi;
+    h.ar = FmaSub(ar, twoRe, hn::Mul(ai, twoIm));
+    h.ai = Fma(ar, twoIm, hn::Mul(ai, twoRe));
+    h.br = FmaSub(br, twoRe, hn::Mul(bi, twoIm));
+    h.bi = Fma(br, twoIm, hn::Mul(bi, twoRe));
 
-    v[kR2] = Fma(nzr, nzr, hn::Mul(nzi, nzi));
-    const M escaped = hn::Ge(v[kR2], hn::Set(d, kernel::kBailout));
-
-    const V twoRe = hn::Add(zr, zr), twoIm = hn::Add(zi, zi);
-    const V ar = v[kAr], ai = v[kAi], br = v[kBr], bi = v[kBi];
-    v[kAr] = FmaSub(ar, twoRe, hn::Mul(ai, twoIm));
-    v[kAi] = Fma(ar, twoIm, hn::Mul(ai, twoRe));
-    v[kBr] = FmaSub(br, twoRe, hn::Mul(bi, twoIm));
-    v[kBi] = Fma(br, twoIm, hn::Mul(bi, twoRe));
-
-    const V ddr = hn::Sub(nzr, v[kZcr]), ddi = hn::Sub(nzi, v[kZci]);
-    const M near = hn::AndNot(
-        escaped, hn::And(hn::Lt(Fma(ddr, ddr, hn::Mul(ddi, ddi)), hn::Set(d, kernel::kCloseness)),
-                         hn::Eq(v[kActive], one)));
+    // An escaped lane may run the match logic too: it is finished as escaped regardless.
+    const V ddr = hn::Sub(nzr, h.zcr), ddi = hn::Sub(nzi, h.zci);
+    const M near = hn::Lt(Fma(ddr, ddr, hn::Mul(ddi, ddi)), hn::Set(d, kernel::kCloseness));
     M interior = hn::FirstN(d, 0);
-    if (!hn::AllFalse(d, near)) interior = MatchStep(g, near);
-    Checkpoint(g, nzr, nzi);
-    v[kZr] = nzr;
-    v[kZi] = nzi;
+    if (HWY_UNLIKELY(!hn::AllFalse(d, near))) interior = MatchStep(h, g, near);
+    h.zr = nzr;
+    h.zi = nzi;
 
-    const M done = hn::Or(escaped, hn::Or(interior, hn::Eq(v[kStep], maxIter)));
-    if (!hn::AllFalse(d, done)) Refill(s, g, done, escaped, false);
+    const M event = hn::Or(hn::Or(escaped, interior), hn::Eq(h.step, h.nextEvent));
+    if (HWY_LIKELY(hn::AllFalse(d, event))) return;
+    Checkpoint(h, g, nzr, nzi, maxIter);
+    const M done = hn::Or(hn::Or(escaped, interior), hn::Eq(h.step, maxIter));
+    if (hn::AllFalse(d, done)) return;
+    Spill(h, g);
+    Refill(s, g, done, escaped);
+    h = Reload(g);
 }
 
 void EscapeSpanImpl(const SpanInput& in, EscapeResult* out, std::uint64_t* iterations) {
@@ -243,16 +287,16 @@ void EscapeSpanImpl(const SpanInput& in, EscapeResult* out, std::uint64_t* itera
     }
     const D d;
     const V maxIter = hn::Set(d, static_cast<double>(in.maxIter));
-    const M none = hn::FirstN(d, 0);
-    Group a, b;
-    Refill(s, a, none, none, true);
-    Refill(s, b, none, none, true);
-    while (a.anyActive && b.anyActive) {
-        Step(s, a, maxIter);
-        Step(s, b, maxIter);
+    Group ga, gb;
+    InitGroup(s, ga);
+    InitGroup(s, gb);
+    Hot a = Reload(ga), b = Reload(gb);
+    while (ga.anyActive && gb.anyActive) {
+        Step(s, a, ga, maxIter);
+        Step(s, b, gb, maxIter);
     }
-    while (a.anyActive) Step(s, a, maxIter);
-    while (b.anyActive) Step(s, b, maxIter);
+    while (ga.anyActive) Step(s, a, ga, maxIter);
+    while (gb.anyActive) Step(s, b, gb, maxIter);
     if (iterations) *iterations += s.iterations;
 }
 

@@ -1,0 +1,72 @@
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <limits>
+
+#include "core/budget.h"
+
+namespace gs {
+namespace {
+
+Viewport centredOn(double cx, double cy, double width) {
+    return {cx - width / 2, cx + width / 2, cy - width * 0.375, cy + width * 0.375};
+}
+
+struct CeilingCase {
+    double width;
+    std::int64_t ceiling;
+};
+
+class BudgetCeiling : public ::testing::TestWithParam<CeilingCase> {};
+
+TEST_P(BudgetCeiling, FollowsTheZoom) {
+    const double w = GetParam().width;
+    EXPECT_EQ(iterationCeiling(Viewport{0, w, 0, w * 0.75}), GetParam().ceiling);
+}
+
+INSTANTIATE_TEST_SUITE_P(Widths, BudgetCeiling,
+                         ::testing::Values(CeilingCase{4.0, 255},           // home
+                                           CeilingCase{8.0, 255},           // wider: ratio raised to 1
+                                           CeilingCase{2.0, 355},           // one halving: +100
+                                           CeilingCase{4.0 / 1024, 1255},   // ten halvings
+                                           CeilingCase{4.0 / 4.9e15, 5467},  // just inside the zoom limit
+                                           CeilingCase{4e-30, 8000}));      // capped
+
+TEST(BudgetCeiling, NonFiniteWidthIsFatal) {
+    EXPECT_DEATH(iterationCeiling(Viewport{1.0, 1.0, 0.0, 1.0}), "iteration ceiling");
+}
+
+TEST(BudgetZoom, LevelAndPixelSize) {
+    EXPECT_EQ(zoomLevel(kHomeView), 1.0);
+    EXPECT_EQ(zoomLevel(centredOn(0, 0, 1.6)), 2.5);
+    EXPECT_EQ(pixelSizeFor(kHomeView, 1000), 0.004);
+}
+
+TEST(BudgetZoom, LimitIsStrictAtFiveTimesTenToTheFifteen) {
+    EXPECT_TRUE(zoomWithinLimit(4.0 / 4.9e15));
+    EXPECT_FALSE(zoomWithinLimit(4.0 / 5e15));
+    EXPECT_FALSE(zoomWithinLimit(4.0 / 6e15));
+    EXPECT_FALSE(zoomWithinLimit(0.0));
+    EXPECT_FALSE(zoomWithinLimit(std::numeric_limits<double>::quiet_NaN()));
+}
+
+TEST(BudgetStatus, ZoomTexts) {
+    EXPECT_EQ(zoomText(1.0), "1.0×");
+    EXPECT_EQ(zoomText(2.5), "2.5×");
+    EXPECT_EQ(zoomText(999.9), "999.9×");
+    EXPECT_EQ(zoomText(1000.0), "1.0×10³×");
+    EXPECT_EQ(zoomText(123456.0), "1.2×10⁵×");
+    EXPECT_EQ(zoomText(4.2e15), "4.2×10¹⁵×");
+}
+
+TEST(BudgetStatus, CenterIterationAndTimeTexts) {
+    EXPECT_EQ(centerText(centredOn(-0.75, 0.1, 1)), "-0.7500+0.1000i");
+    EXPECT_EQ(centerText(centredOn(-0.75, -0.1, 1)), "-0.7500-0.1000i");
+    EXPECT_EQ(centerText(kHomeView), "-0.5000+0.0000i");
+    EXPECT_EQ(iterationsText(1255), "1255");
+    EXPECT_EQ(renderTimeText(0.4249), "0.42s");
+    EXPECT_EQ(renderTimeText(12.0), "12.00s");
+}
+
+}  // namespace
+}  // namespace gs
