@@ -39,8 +39,9 @@ inline double magnitude(double re, double im) { return std::sqrt(std::fma(re, re
     for (std::int64_t k = 1;; ++k) {
         const double nzr = std::fma(zr, zr, std::fma(-zi, zi, cr));
         const double nzi = std::fma(zr + zr, zi, ci);
-        const double ndr = std::fma(2.0, std::fma(zr, dr, -(zi * di)), 1.0);
-        const double ndi = 2.0 * std::fma(zr, di, zi * dr);
+        const double x = std::fma(zr, dr, -(zi * di)), y = std::fma(zr, di, zi * dr);
+        const double ndr = (x + x) + 1.0;
+        const double ndi = y + y;
 
         const double absRe = std::fabs(nzr), absIm = std::fabs(nzi);
         const double nearAxis = absIm < absRe ? absIm : absRe;

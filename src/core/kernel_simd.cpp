@@ -50,8 +50,21 @@ HWY_INLINE V Fma(V a, V b, V c) {
     return hn::Load(d, x);
 #endif
 }
-HWY_INLINE V FmaSub(V a, V b, V c) { return Fma(a, b, hn::Neg(c)); }  // a*b - c
-HWY_INLINE V NegFma(V a, V b, V c) { return Fma(hn::Neg(a), b, c); }  // -a*b + c
+#if GS_NATIVE_FMA
+HWY_INLINE V FmaSub(V a, V b, V c) { return hn::MulSub(a, b, c); }     // a*b - c
+HWY_INLINE V NegFma(V a, V b, V c) { return hn::NegMulAdd(a, b, c); }  // -a*b + c
+#else
+HWY_INLINE V FmaSub(V a, V b, V c) { return Fma(a, b, hn::Neg(c)); }
+HWY_INLINE V NegFma(V a, V b, V c) { return Fma(hn::Neg(a), b, c); }
+#endif
+// min(|a|, |b|): one VRANGEPD on AVX-512, else two absolute values and a minimum.
+HWY_INLINE V MinAbs(V a, V b) {
+#if HWY_TARGET == HWY_AVX3 || HWY_TARGET == HWY_AVX3_DL
+    return V{_mm512_range_pd(a.raw, b.raw, 0x0A)};  // min of magnitudes, sign cleared
+#else
+    return hn::Min(hn::Abs(a), hn::Abs(b));
+#endif
+}
 HWY_INLINE V Magnitude(V re, V im) { return hn::Sqrt(Fma(re, re, hn::Mul(im, im))); }
 HWY_INLINE V Select(M m, V yes, V no) { return hn::IfThenElse(m, yes, no); }
 
@@ -179,7 +192,7 @@ HWY_INLINE void InitGroup(Span& s, Group& g) {
 
 // The cycle detector's match handling, for lanes whose new z came back close to the checkpoint
 // (A and B already updated). Returns the lanes proven interior.
-HWY_NOINLINE M MatchStep(Hot& h, Group& g, M near) {
+HWY_INLINE M MatchStep(Hot& h, Group& g, M near) {
     const D d;
     const V one = hn::Set(d, 1.0), zero = hn::Zero(d);
     const M match = hn::And(near, hn::Lt(Magnitude(h.ar, h.ai), one));
@@ -238,18 +251,19 @@ HWY_INLINE void Checkpoint(Hot& h, Group& g, V nzr, V nzi, V maxIter) {
 // checkpoints, escapes and the ceiling take the rare paths.
 HWY_INLINE void Step(Span& s, Hot& h, Group& g, V maxIter) {
     const D d;
-    const V one = hn::Set(d, 1.0), two = hn::Set(d, 2.0);
+    const V one = hn::Set(d, 1.0);
     h.step = hn::Add(h.step, one);
     const V zr = h.zr, zi = h.zi, twoRe = hn::Add(zr, zr), twoIm = hn::Add(zi, zi);
 
     const V nzr = Fma(zr, zr, NegFma(zi, zi, h.cr));
     const V nzi = Fma(twoRe, zi, h.ci);
-    const V ndr = Fma(two, FmaSub(zr, h.dr, hn::Mul(zi, h.di)), one);
-    h.di = hn::Mul(two, Fma(zr, h.di, hn::Mul(zi, h.dr)));
-    h.dr = ndr;
+    const V x = FmaSub(zr, h.dr, hn::Mul(zi, h.di));
+    const V y = Fma(zr, h.di, hn::Mul(zi, h.dr));
+    h.dr = hn::Add(hn::Add(x, x), one);
+    h.di = hn::Add(y, y);
     // Min is safe here: the values are non-negative, and a NaN orbit never escapes, so its
     // trap distance is never read.
-    h.trap = hn::Min(h.trap, hn::Min(hn::Abs(nzr), hn::Abs(nzi)));
+    h.trap = hn::Min(h.trap, MinAbs(nzr, nzi));
     h.r2 = Fma(nzr, nzr, hn::Mul(nzi, nzi));
     const M escaped = hn::Ge(h.r2, hn::Set(d, kernel::kBailout));
 
@@ -277,6 +291,9 @@ HWY_INLINE void Step(Span& s, Hot& h, Group& g, V maxIter) {
     h = Reload(g);
 }
 
+// One group of lanes measured fastest: more groups add latency hiding but spill registers.
+constexpr int kGroups = 1;
+
 void EscapeSpanImpl(const SpanInput& in, EscapeResult* out, std::uint64_t* iterations) {
     if (in.count <= 0) return;
     Span s{&in, out};
@@ -287,16 +304,20 @@ void EscapeSpanImpl(const SpanInput& in, EscapeResult* out, std::uint64_t* itera
     }
     const D d;
     const V maxIter = hn::Set(d, static_cast<double>(in.maxIter));
-    Group ga, gb;
-    InitGroup(s, ga);
-    InitGroup(s, gb);
-    Hot a = Reload(ga), b = Reload(gb);
-    while (ga.anyActive && gb.anyActive) {
-        Step(s, a, ga, maxIter);
-        Step(s, b, gb, maxIter);
+    Group g[kGroups];
+    Hot h[kGroups];
+    for (int j = 0; j < kGroups; ++j) {
+        InitGroup(s, g[j]);
+        h[j] = Reload(g[j]);
     }
-    while (ga.anyActive) Step(s, a, ga, maxIter);
-    while (gb.anyActive) Step(s, b, gb, maxIter);
+    bool all = true;
+    for (int j = 0; j < kGroups; ++j) all = all && g[j].anyActive;
+    while (all) {
+        for (int j = 0; j < kGroups; ++j) Step(s, h[j], g[j], maxIter);
+        for (int j = 0; j < kGroups; ++j) all = all && g[j].anyActive;
+    }
+    for (int j = 0; j < kGroups; ++j)
+        while (g[j].anyActive) Step(s, h[j], g[j], maxIter);
     if (iterations) *iterations += s.iterations;
 }
 

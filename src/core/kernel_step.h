@@ -3,7 +3,8 @@
 //
 // Fused products, the same in both kernels (std::fma here, MulAdd/MulSub/NegMulAdd there):
 //   z' re = fma(zr, zr, fma(-zi, zi, c re))       z' im = fma(zr + zr, zi, c im)
-//   d' re = fma(2, fma(zr, dr, -(zi*di)), 1)      d' im = 2 * fma(zr, di, zi*dr)
+//   d' re = 2 * fma(zr, dr, -(zi*di)) + 1         d' im = 2 * fma(zr, di, zi*dr)
+//     (the doubling is exact, and written as x + x so that it runs on the adders)
 //   |z'|^2 = fma(z're, z're, z'im*z'im)
 //   A*(2z): re = fma(Ar, 2zr, -(Ai*2zi)), im = fma(Ar, 2zi, Ai*2zr); B likewise
 //   |v|   = sqrt(fma(v re, v re, v im*v im)) for every magnitude of the cycle detector
