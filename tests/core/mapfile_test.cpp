@@ -1,0 +1,170 @@
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <ostream>
+#include <string>
+
+#include "core/mapfile.h"
+
+namespace gs {
+
+// Readable failures: gtest finds this by argument-dependent lookup.
+[[maybe_unused]] static void PrintTo(const aColor& c, std::ostream* out) {
+    *out << "(" << c.r << ", " << c.g << ", " << c.b << ")";
+}
+
+namespace {
+
+const aColor kDeepBlue{0, 128 / 255.0, 1};
+const aColor kFiller{1 / 255.0, 2 / 255.0, 3 / 255.0};
+
+// `first` followed by `count - 1` filler lines "1 2 3", every line ended by `sep`.
+std::string mapText(const std::string& first, const std::string& sep = "\n", int count = 256) {
+    std::string text = first + sep;
+    for (int i = 1; i < count; ++i) text += "1 2 3" + sep;
+    return text;
+}
+
+std::string withoutLastByte(std::string text) {
+    text.pop_back();
+    return text;
+}
+
+// --- Files that read ------------------------------------------------------------------------
+
+struct ReadCase {
+    const char* name;
+    std::string text;
+    aColor first;
+};
+
+class MapRead : public ::testing::TestWithParam<ReadCase> {};
+
+TEST_P(MapRead, GivesAllColoursInOrder) {
+    const MapParseResult result = parseMap(GetParam().text);
+    ASSERT_TRUE(result.colors) << result.error;
+    EXPECT_EQ(result.error, "");
+    ASSERT_EQ(result.colors->size(), 256u);
+    EXPECT_EQ(result.colors->front(), GetParam().first);
+    EXPECT_EQ(result.colors->back(), kFiller);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Map, MapRead,
+    ::testing::Values(
+        ReadCase{"Blanks", mapText("0 128 255"), kDeepBlue},
+        ReadCase{"Commas", mapText("0,128,255"), kDeepBlue},
+        ReadCase{"TrailingComment", mapText("0 128 255 ; deep blue"), kDeepBlue},
+        ReadCase{"RunsOfSeparators", mapText(" \t0 ,, 128\t,255 , "), kDeepBlue},
+        ReadCase{"Signs", mapText("-0 +128 +255"), kDeepBlue},
+        ReadCase{"BlankLinesBetween", mapText("0 128 255", "\n \t\n\n"), kDeepBlue},
+        ReadCase{"NoFinalLineBreak", withoutLastByte(mapText("0 128 255")), kDeepBlue},
+        ReadCase{"CR", mapText("0 128 255", "\r"), kDeepBlue},
+        ReadCase{"CRLF", mapText("0 128 255", "\r\n"), kDeepBlue},
+        ReadCase{"VerticalTab", mapText("0 128 255", "\v"), kDeepBlue},
+        ReadCase{"FormFeed", mapText("0 128 255", "\f"), kDeepBlue},
+        ReadCase{"NextLine", mapText("0 128 255", "\xC2\x85"), kDeepBlue},
+        ReadCase{"LineSeparator", mapText("0 128 255", "\xE2\x80\xA8"), kDeepBlue},
+        ReadCase{"ParagraphSeparator", mapText("0 128 255", "\xE2\x80\xA9"), kDeepBlue},
+        ReadCase{"ByteOrderMark", "\xEF\xBB\xBF" + mapText("0 128 255"), kDeepBlue},
+        // A lone 0xE9 is not UTF-8, so the file is Latin-1 and its 0x85 bytes end lines.
+        ReadCase{"Latin1Fallback", mapText("0 128 255 caf\xE9"), kDeepBlue},
+        ReadCase{"Latin1NextLine", mapText("0 128 255", "\x85"), kDeepBlue},
+        ReadCase{"NotClamped", mapText("256 -5 300"), {256 / 255.0, -5 / 255.0, 300 / 255.0}},
+        ReadCase{"Int64Limits", mapText("9223372036854775807 -9223372036854775808 0"),
+                 {0x1p63 / 255.0, -0x1p63 / 255.0, 0}}),
+    [](const auto& info) { return info.param.name; });
+
+// --- Files that do not ----------------------------------------------------------------------
+
+struct RejectCase {
+    const char* name;
+    std::string text;
+    std::string error;
+};
+
+class MapReject : public ::testing::TestWithParam<RejectCase> {};
+
+TEST_P(MapReject, ExplainsWhy) {
+    const MapParseResult result = parseMap(GetParam().text);
+    EXPECT_FALSE(result.colors);
+    EXPECT_EQ(result.error, GetParam().error);
+}
+
+const std::string kNotNumbers = "expected three whole numbers (red green blue)";
+
+INSTANTIATE_TEST_SUITE_P(
+    Map, MapReject,
+    ::testing::Values(
+        RejectCase{"Empty", "", "expected 256 colour lines, found 0"},
+        RejectCase{"OnlyBlankLines", "\n \t\n\r\n", "expected 256 colour lines, found 0"},
+        RejectCase{"TooFewLines", mapText("1 2 3", "\n", 255),
+                   "expected 256 colour lines, found 255"},
+        RejectCase{"TooManyLines", mapText("1 2 3", "\n", 257),
+                   "expected 256 colour lines, found 257"},
+        RejectCase{"CommentOnlyLine", "; deep blue\n" + mapText("1 2 3"),
+                   "line 1: " + kNotNumbers},
+        RejectCase{"TwoFields", "1 2 3\n\n0 128\n" + mapText("1 2 3"), "line 3: " + kNotNumbers},
+        RejectCase{"CRLFIsOneBreak", "1 2 3\r\n1 2 3\r\n1 2 x\r\n", "line 3: " + kNotNumbers},
+        RejectCase{"Decimal", mapText("12.5 0 0"), "line 1: " + kNotNumbers},
+        RejectCase{"Hex", mapText("0x10 0 0"), "line 1: " + kNotNumbers},
+        RejectCase{"TwoSigns", mapText("+-5 0 0"), "line 1: " + kNotNumbers},
+        RejectCase{"LoneSign", mapText("0 + 0"), "line 1: " + kNotNumbers},
+        RejectCase{"ArabicIndicDigit", mapText("\xD9\xA1 0 0"), "line 1: " + kNotNumbers},
+        RejectCase{"SemicolonTouchingNumber", mapText("0 128 255;"), "line 1: " + kNotNumbers},
+        RejectCase{"TooBig", "1 2 3\n1 2 3\n\n1 2 3\n99999999999999999999 0 0\n",
+                   "line 5: number out of range"},
+        RejectCase{"TooSmall", mapText("0 0 -9223372036854775809"),
+                   "line 1: number out of range"}),
+    [](const auto& info) { return info.param.name; });
+
+// --- Writing --------------------------------------------------------------------------------
+
+TEST(MapWrite, RoundsHalvesUpAndClamps) {
+    const ColorTable colours{{1, 0, 0}, {0, 0.5, 1}, {1.2, -0.1, 0.999}, {1 / 255.0, 0, 0}};
+    EXPECT_EQ(writeMap(colours), "255 0 0\n0 128 255\n255 0 255\n1 0 0\n");
+}
+
+TEST(MapWrite, OutOfRangeValueReadsUnclampedAndWritesClamped) {
+    const MapParseResult read = parseMap(mapText("256 0 0"));
+    ASSERT_TRUE(read.colors) << read.error;
+    EXPECT_EQ(read.colors->front().r, 256 / 255.0);
+    const std::string written = writeMap(*read.colors);
+    EXPECT_EQ(written.substr(0, written.find('\n')), "255 0 0");
+}
+
+TEST(MapWrite, GeneratedPaletteSurvivesRoundTrip) {
+    SeededRandom rng(11);
+    const ColorTable original = smoothPalette(rng);
+    const MapParseResult read = parseMap(writeMap(original));
+    ASSERT_TRUE(read.colors) << read.error;
+    ASSERT_EQ(read.colors->size(), original.size());
+    const double tolerance = 0.5 / 255 + 1e-12;
+    for (std::size_t i = 0; i < original.size(); ++i) {
+        EXPECT_NEAR((*read.colors)[i].r, original[i].r, tolerance) << i;
+        EXPECT_NEAR((*read.colors)[i].g, original[i].g, tolerance) << i;
+        EXPECT_NEAR((*read.colors)[i].b, original[i].b, tolerance) << i;
+    }
+}
+
+// Corrupted files must give either a full table or a reason, never anything in between.
+TEST(MapRead, CorruptedBytesGiveTableOrReason) {
+    SeededRandom rng(5);
+    const std::string valid = mapText("0 128 255 ; deep blue", "\r\n");
+    for (int round = 0; round < 2000; ++round) {
+        std::string text = valid;
+        for (int flip = 0; flip < 4; ++flip) {
+            text[randomBelow(rng, text.size())] = static_cast<char>(rng.next());
+        }
+        const MapParseResult result = parseMap(text);
+        if (result.colors) {
+            EXPECT_EQ(result.colors->size(), 256u);
+            EXPECT_EQ(result.error, "");
+        } else {
+            EXPECT_NE(result.error, "");
+        }
+    }
+}
+
+}  // namespace
+}  // namespace gs
