@@ -1,0 +1,167 @@
+// Recolouring and relief timings on realistic data: the escape data of the home view computed
+// by the SIMD kernel at the full picture size (maxIter 255), a seeded smooth palette, default
+// tuning. Figures are milliseconds per frame (wall clock); "fallback" is the share of pixels
+// the fast path handed to the reference colouring.
+#include <benchmark/benchmark.h>
+
+#include <oneapi/tbb/blocked_range.h>
+#include <oneapi/tbb/global_control.h>
+#include <oneapi/tbb/info.h>
+#include <oneapi/tbb/parallel_for.h>
+
+#include <atomic>
+#include <cmath>
+#include <cstdint>
+#include <map>
+#include <utility>
+#include <vector>
+
+#include "core/budget.h"
+#include "core/kernel.h"
+#include "core/palette.h"
+#include "core/shading.h"
+
+namespace {
+
+constexpr std::int32_t kMaxIter = 255;
+
+struct Picture {
+    int width = 0, height = 0;
+    std::vector<gs::PixelExtendedData> data;
+    std::vector<std::uint8_t> pixels;
+    std::vector<float> elevation;
+};
+
+template <class Fn>
+void forRows(int height, Fn fn) {
+    tbb::parallel_for(tbb::blocked_range<int>(0, height), [&](const tbb::blocked_range<int>& r) {
+        for (int row = r.begin(); row != r.end(); ++row) fn(row);
+    });
+}
+
+Picture makePicture(int width, int height) {
+    Picture p{width, height, {}, {}, {}};
+    const auto count = static_cast<std::size_t>(width) * static_cast<std::size_t>(height);
+    p.data.resize(count);
+    p.pixels.assign(count * 4, 0);
+    const gs::Viewport v = gs::kHomeView;
+    forRows(height, [&](int row) {
+        std::vector<double> xs(static_cast<std::size_t>(width));
+        for (int i = 0; i < width; ++i) xs[static_cast<std::size_t>(i)] = v.xmin + v.width() / width * i;
+        std::vector<gs::EscapeResult> out(xs.size());
+        gs::SpanInput in{kMaxIter, xs.data(), v.ymax - v.height() / height * row, width, false, 0, 0};
+        gs::escapeSpanSimd(in, out.data());
+        for (std::size_t i = 0; i < xs.size(); ++i) {
+            auto& d = p.data[static_cast<std::size_t>(row) * xs.size() + i];
+            d = {static_cast<float>(out[i].nu), static_cast<float>(out[i].distance),
+                 static_cast<float>(out[i].trapDistance)};
+        }
+    });
+    return p;
+}
+
+Picture& picture(int width, int height) {
+    static std::map<std::pair<int, int>, Picture> cache;
+    auto it = cache.find({width, height});
+    if (it == cache.end()) it = cache.emplace(std::make_pair(width, height), makePicture(width, height)).first;
+    return it->second;
+}
+
+const gs::ColorTable& palette() {
+    static const gs::ColorTable table = [] {
+        gs::SeededRandom rng(7);
+        return gs::smoothPalette(rng);
+    }();
+    return table;
+}
+
+gs::ColorParams params(int width, bool shaded) {
+    gs::ColorParams p;
+    p.maxIter = kMaxIter;
+    p.logMaxIter = std::log(kMaxIter + 1.0);
+    p.table = palette().data();
+    p.tableSize = palette().size();
+    p.pixelSize = gs::pixelSizeFor(gs::kHomeView, width);
+    p.dem = p.glow = p.traps = shaded;
+    return p;
+}
+
+int threadsFor(const benchmark::State& state) {
+    return state.range(3) == 0 ? tbb::info::default_concurrency() : static_cast<int>(state.range(3));
+}
+
+// Arguments: width, height, shaded (0/1), threads (0: all).
+void BM_Recolour(benchmark::State& state) {
+    const int w = static_cast<int>(state.range(0)), h = static_cast<int>(state.range(1));
+    Picture& pic = picture(w, h);
+    const gs::ColorParams p = params(w, state.range(2) != 0);
+    tbb::global_control limit(tbb::global_control::max_allowed_parallelism,
+                              static_cast<std::size_t>(threadsFor(state)));
+    const auto row = static_cast<std::size_t>(w);
+    std::atomic<std::int64_t> redone{0};
+    for (auto _ : state) {
+        forRows(h, [&](int r) {
+            const std::size_t at = static_cast<std::size_t>(r) * row;
+            redone += gs::detail::colorRowCounted(p, pic.data.data() + at, row,
+                                                  pic.pixels.data() + at * 4);
+        });
+        benchmark::ClobberMemory();
+    }
+    const double pixels = static_cast<double>(state.iterations()) * static_cast<double>(pic.data.size());
+    state.counters["fallback"] = static_cast<double>(redone.load()) / pixels;
+    state.counters["threads"] = threadsFor(state);
+}
+
+// Arguments: width, height, unused, threads (0: all).
+void BM_Relief(benchmark::State& state) {
+    const int w = static_cast<int>(state.range(0)), h = static_cast<int>(state.range(1));
+    Picture& pic = picture(w, h);
+    const gs::ColorParams p = params(w, false);
+    forRows(h, [&](int r) {
+        const std::size_t at = static_cast<std::size_t>(r) * static_cast<std::size_t>(w);
+        gs::colorRow(p, pic.data.data() + at, static_cast<std::size_t>(w), pic.pixels.data() + at * 4);
+    });
+    pic.elevation.clear();
+    gs::buildElevation(pic.data.data(), pic.data.size(), kMaxIter, pic.elevation);
+    const std::vector<std::uint8_t> base = pic.pixels;
+    const gs::ReliefLight light = gs::lightVector(-0.5, -0.5);
+    tbb::global_control limit(tbb::global_control::max_allowed_parallelism,
+                              static_cast<std::size_t>(threadsFor(state)));
+    for (auto _ : state) {
+        state.PauseTiming();
+        pic.pixels = base;
+        state.ResumeTiming();
+        gs::applyRelief(pic.pixels.data(), pic.elevation.data(), w, h, light, gs::ShadingTuning{});
+        benchmark::ClobberMemory();
+    }
+    state.counters["threads"] = threadsFor(state);
+}
+
+// Arguments: width, height, unused, threads (0: all).
+void BM_Elevation(benchmark::State& state) {
+    const int w = static_cast<int>(state.range(0)), h = static_cast<int>(state.range(1));
+    Picture& pic = picture(w, h);
+    tbb::global_control limit(tbb::global_control::max_allowed_parallelism,
+                              static_cast<std::size_t>(threadsFor(state)));
+    for (auto _ : state) {
+        pic.elevation.clear();
+        gs::buildElevation(pic.data.data(), pic.data.size(), kMaxIter, pic.elevation);
+        benchmark::ClobberMemory();
+    }
+    state.counters["threads"] = threadsFor(state);
+}
+
+void sizes(benchmark::internal::Benchmark* b, bool shadedAxis) {
+    for (auto [w, h] : {std::pair{1920, 1080}, std::pair{3840, 2160}})
+        for (int shaded : shadedAxis ? std::vector<int>{0, 1} : std::vector<int>{0})
+            for (int threads : {1, 0}) b->Args({w, h, shaded, threads});
+    b->ArgNames({"w", "h", "shaded", "threads"})->Unit(benchmark::kMillisecond)->UseRealTime();
+}
+
+BENCHMARK(BM_Recolour)->Apply([](benchmark::internal::Benchmark* b) { sizes(b, true); });
+BENCHMARK(BM_Relief)->Apply([](benchmark::internal::Benchmark* b) { sizes(b, false); });
+BENCHMARK(BM_Elevation)->Apply([](benchmark::internal::Benchmark* b) { sizes(b, false); });
+
+}  // namespace
+
+BENCHMARK_MAIN();

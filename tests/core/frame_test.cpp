@@ -1,0 +1,111 @@
+#include <gtest/gtest.h>
+
+#include <memory>
+
+#include "core/frame.h"
+#include "core/palette.h"
+
+namespace gs {
+namespace {
+
+ColourInputs colours(std::uint64_t seed = 1) {
+    SeededRandom rng(seed);
+    ColourInputs c;
+    c.table = std::make_shared<const ColorTable>(smoothPalette(rng));
+    return c;
+}
+
+const Viewport kSeahorse{-0.76, -0.72, 0.09, 0.12};
+
+TEST(FrameRender, RowsHoldTheKernelResultsNarrowedToFloat) {
+    for (int width : {1, 2, 7}) {
+        const RenderRequest r = mandelbrotRequest(kSeahorse, width, 3, colours(), 400);
+        Frame f;
+        renderFrame(r, f);
+        for (int row = 0; row < 3; ++row)
+            for (int col = 0; col < width; ++col) {
+                EscapeResult e;
+                mandelbrotPoint(400, e, r.xmin + r.dx * col, r.ymax - r.dy * row, 0, 0);
+                const PixelExtendedData& p = f.data[static_cast<std::size_t>(row * width + col)];
+                EXPECT_EQ(p.nu, static_cast<float>(e.nu)) << width << " " << row << " " << col;
+                EXPECT_EQ(p.distance, static_cast<float>(e.distance));
+                EXPECT_EQ(p.trapDistance, static_cast<float>(e.trapDistance));
+            }
+    }
+}
+
+TEST(FrameRender, ScalarAndSimdFramesAreIdentical) {
+    ColourInputs c = colours();
+    c.dem = c.glow = c.traps = c.relief = true;
+    RenderRequest r = mandelbrotRequest(kSeahorse, 63, 37, c);
+    Frame a, b;
+    r.kernel = KernelKind::scalar;
+    renderFrame(r, a);
+    r.kernel = KernelKind::simd;
+    renderFrame(r, b);
+    EXPECT_EQ(a.pixels, b.pixels);
+}
+
+TEST(FrameRecolor, MatchesAFreshRenderWithTheNewColours) {
+    ColourInputs c = colours();
+    Frame f;
+    renderFrame(mandelbrotRequest(kSeahorse, 40, 30, c), f);
+    c.cycleOffset = 0.37;
+    c.frequency = 5.0;
+    c.traps = c.glow = true;
+    c.table = colours(9).table;
+    const RenderRequest changed = mandelbrotRequest(kSeahorse, 40, 30, c);
+    recolorFrame(changed, f);
+    Frame fresh;
+    renderFrame(changed, fresh);
+    EXPECT_EQ(f.pixels, fresh.pixels);
+}
+
+TEST(FrameRelief, RelightingEqualsRenderingWithTheNewLight) {
+    ColourInputs c = colours();
+    c.relief = true;
+    Frame f;
+    renderFrame(mandelbrotRequest(kSeahorse, 50, 40, c), f);
+    ASSERT_EQ(f.elevation.size(), f.pixelCount());
+    c.light = lightVector(0.6, -0.2);
+    ASSERT_TRUE(relight(f, c.light, c.tuning));
+    Frame fresh;
+    renderFrame(mandelbrotRequest(kSeahorse, 50, 40, c), fresh);
+    EXPECT_EQ(f.pixels, fresh.pixels);
+    // Without a lit picture to start from there is nothing to relight.
+    Frame empty;
+    EXPECT_FALSE(relight(empty, c.light, c.tuning));
+}
+
+TEST(FrameRelief, SoundBoostRaisesDramaWithinZeroToOne) {
+    const ReliefLight l = lightVector(-0.5, -0.5);
+    EXPECT_EQ(effectiveLight(l, 0.0), l);
+    EXPECT_EQ(effectiveLight(l, 5.0).drama, 1.0f);
+    EXPECT_EQ(effectiveLight(l, -5.0).drama, 0.0f);
+    EXPECT_EQ(effectiveLight(l, 0.1).x, l.x);
+}
+
+TEST(FrameBuffers, ResizeKeepsSameSizeAndZeroSizeAllocatesNothing) {
+    Frame f;
+    EXPECT_TRUE(f.resize(4, 3));
+    f.pixels[5] = 77;
+    EXPECT_FALSE(f.resize(4, 3));
+    EXPECT_EQ(f.pixels[5], 77);
+    EXPECT_TRUE(f.resize(0, 3));
+    EXPECT_TRUE(f.pixels.empty());
+    EXPECT_EQ(renderFrame(mandelbrotRequest(kHomeView, 0, 0, colours()), f), 0u);
+    EXPECT_TRUE(f.pixels.empty());
+}
+
+TEST(FrameJulia, OriginGivesTheUnitDisc) {
+    Frame f;
+    renderFrame(juliaRequest(0, 0, 33, 33, colours(), 100), f);
+    const auto at = [&](int row, int col) { return f.pixels.data() + (row * 33 + col) * 4; };
+    EXPECT_EQ(at(16, 16)[0] | at(16, 16)[1] | at(16, 16)[2], 0);  // z = 0: interior
+    EXPECT_EQ(at(16, 16)[3], 255);
+    EXPECT_NE(at(0, 0)[0] | at(0, 0)[1] | at(0, 0)[2], 0);         // corner: escapes
+    EXPECT_EQ(f.data[0].distance, 0.0f);                            // only nu is kept
+}
+
+}  // namespace
+}  // namespace gs
