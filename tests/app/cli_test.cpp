@@ -1,0 +1,181 @@
+#include <gtest/gtest.h>
+
+#include <QDir>
+#include <QFile>
+#include <QImage>
+#include <QTemporaryDir>
+#include <QTextStream>
+#include <cstring>
+
+#include "app/cli.h"
+#include "core/mapfile.h"
+
+namespace gs {
+namespace {
+
+struct CliRun {
+    int status;
+    QString out, err;
+};
+
+CliRun run(const QStringList& args) {
+    QString out, err;
+    QTextStream o(&out), e(&err);
+    const int status = runCommandLine(args, o, e);
+    return {status, out, err};
+}
+
+void writeText(const QString& path, const QByteArray& text) {
+    QFile f(path);
+    ASSERT_TRUE(f.open(QIODevice::WriteOnly));
+    f.write(text);
+}
+
+QByteArray readAll(const QString& path) {
+    QFile f(path);
+    return f.open(QIODevice::ReadOnly) ? f.readAll() : QByteArray();
+}
+
+class CliTest : public ::testing::Test {
+protected:
+    QTemporaryDir dir;
+    QString path(const char* name) const { return dir.filePath(QLatin1String(name)); }
+};
+
+struct BadArgs {
+    const char* name;
+    QStringList args;
+    const char* message;  // the whole error line
+};
+
+class CliRejects : public CliTest, public ::testing::WithParamInterface<BadArgs> {};
+
+TEST_P(CliRejects, WithOneLineAndStatusTwo) {
+    const CliRun r = run(QStringList{QStringLiteral("render")} + GetParam().args);
+    EXPECT_EQ(r.status, 2);
+    EXPECT_EQ(r.err, QStringLiteral("glimmerscape: %1 (see glimmerscape render --help)\n")
+                         .arg(QLatin1String(GetParam().message)));
+}
+
+const QString kOut = QStringLiteral("/tmp/never-written.png");
+
+INSTANTIATE_TEST_SUITE_P(
+    Arguments, CliRejects,
+    ::testing::Values(
+        BadArgs{"unknown", {"--sparkle", "-o", kOut}, "unknown option '--sparkle'"},
+        BadArgs{"stray", {"extra", "-o", kOut}, "unexpected argument 'extra'"},
+        BadArgs{"missing_output", {"--dem"}, "missing -o OUT.png"},
+        BadArgs{"missing_value", {"-o", kOut, "--size"}, "--size: missing value"},
+        BadArgs{"size_zero", {"--size", "0x10", "-o", kOut},
+                "--size: expected WIDTHxHEIGHT in whole pixels of at least 1, got '0x10'"},
+        BadArgs{"size_garbage", {"--size=12by9", "-o", kOut},
+                "--size: expected WIDTHxHEIGHT in whole pixels of at least 1, got '12by9'"},
+        BadArgs{"size_huge", {"--size", "100000x100000", "-o", kOut},
+                "--size: 100000x100000 is too large to allocate (at most 65535 pixels a side)"},
+        BadArgs{"size_overflow", {"--size", "99999999999x2", "-o", kOut},
+                "--size: expected WIDTHxHEIGHT in whole pixels of at least 1, got '99999999999x2'"},
+        BadArgs{"view_order", {"--view", "1,-1,-1,1", "-o", kOut}, "--view: xmin must be less than xmax"},
+        BadArgs{"view_equal_y", {"--view", "-1,1,0.5,0.5", "-o", kOut}, "--view: ymin must be less than ymax"},
+        BadArgs{"view_count", {"--view", "-1,1,0", "-o", kOut},
+                "--view: expected XMIN,XMAX,YMIN,YMAX (finite numbers), got '-1,1,0'"},
+        BadArgs{"view_nan", {"--view", "nan,1,0,1", "-o", kOut},
+                "--view: expected XMIN,XMAX,YMIN,YMAX (finite numbers), got 'nan,1,0,1'"},
+        BadArgs{"frequency", {"--frequency", "2.0x", "-o", kOut}, "--frequency: expected a finite number, got '2.0x'"},
+        BadArgs{"max_iter", {"--max-iter", "-3", "-o", kOut},
+                "--max-iter: expected a whole number from 0 to 2147483647, got '-3'"},
+        BadArgs{"kernel", {"--kernel", "gpu", "-o", kOut}, "--kernel: expected auto, scalar or simd, got 'gpu'"},
+        BadArgs{"threads", {"--threads", "0", "-o", kOut},
+                "--threads: expected a whole number from 1 to 1024, got '0'"},
+        BadArgs{"julia", {"--julia", "0.3", "-o", kOut}, "--julia: expected CRE,CIM (finite numbers), got '0.3'"}),
+    [](const auto& info) { return std::string(info.param.name); });
+
+TEST_F(CliTest, UnknownCommandAndHelp) {
+    EXPECT_EQ(run({QStringLiteral("paint")}).status, 2);
+    const CliRun help = run({QStringLiteral("render"), QStringLiteral("--help")});
+    EXPECT_EQ(help.status, 0);
+    EXPECT_TRUE(help.out.contains(QLatin1String("--max-iter N")));
+}
+
+TEST_F(CliTest, BadFilesFailWithOneLine) {
+    QByteArray map;
+    for (int i = 0; i < 256; ++i) map += i == 11 ? "12 oops 3\n" : "1 2 3\n";
+    writeText(path("bad.map"), map);
+    writeText(path("tuning.json"), R"({"curve": 1})");
+    const QString out = path("out.png");
+    struct Case {
+        QStringList args;
+        QString prefix;
+    };
+    const Case cases[] = {
+        {{"--palette", path("bad.map")}, QStringLiteral("glimmerscape: '%1' is not a valid 256-colour .map palette: line 12").arg(path("bad.map"))},
+        {{"--palette", path("missing.map")}, QStringLiteral("glimmerscape: cannot read palette '%1'").arg(path("missing.map"))},
+        {{"--tuning", path("tuning.json")}, QStringLiteral("glimmerscape: '%1' is not a valid shading tuning: missing key \"demThickness\"").arg(path("tuning.json"))},
+    };
+    for (const Case& c : cases) {
+        const CliRun r = run(QStringList{"render", "--size", "8x6", "-o", out} + c.args);
+        EXPECT_EQ(r.status, 1) << c.args.join(' ').toStdString();
+        EXPECT_TRUE(r.err.startsWith(c.prefix)) << r.err.toStdString();
+        EXPECT_EQ(r.err.count(QLatin1Char('\n')), 1);
+        EXPECT_FALSE(QFile::exists(out));
+    }
+    const CliRun unwritable = run({"render", "--size", "8x6", "-o", path("no/such/dir/out.png")});
+    EXPECT_EQ(unwritable.status, 1);
+    EXPECT_TRUE(unwritable.err.startsWith(QStringLiteral("glimmerscape: cannot write '%1'").arg(path("no/such/dir/out.png"))));
+}
+
+TEST_F(CliTest, RendersTheHomeView) {
+    const CliRun r = run({"render", "--size", "160x120", "--seed", "7", "-o", path("home.png")});
+    ASSERT_EQ(r.status, 0) << r.err.toStdString();
+    EXPECT_TRUE(r.out.startsWith(QLatin1String("Rendered 160x120 in "))) << r.out.toStdString();
+    const QImage image(path("home.png"));
+    ASSERT_EQ(image.size(), QSize(160, 120));
+    // The main cardioid (around -0.25) is black; far outside is coloured.
+    const QColor inside = image.pixelColor(90, 60);  // c = -0.25
+    EXPECT_EQ(inside, QColor(0, 0, 0));
+    const QColor outside = image.pixelColor(2, 2);
+    EXPECT_NE(outside, QColor(0, 0, 0));
+    EXPECT_EQ(outside.alpha(), 255);
+}
+
+TEST_F(CliTest, KernelsAndSavedPalettesReproduceTheSamePicture) {
+    const QStringList base = {"render", "--size", "97x61", "--view", "-0.76,-0.72,0.1,0.13",
+                              "--dem", "--glow", "--traps", "--relief"};
+    ASSERT_EQ(run(base + QStringList{"--seed", "3", "--save-palette", path("p.map"), "--kernel", "scalar", "-o", path("a.png")}).status, 0);
+    ASSERT_EQ(run(base + QStringList{"--seed", "3", "--kernel", "simd", "-o", path("b.png")}).status, 0);
+    EXPECT_EQ(readAll(path("a.png")), readAll(path("b.png")));
+    // A palette read back from its .map file is the same to within 1/510 per channel, so the
+    // picture is close but need not be identical; it must at least render.
+    ASSERT_EQ(run(base + QStringList{"--palette", path("p.map"), "-o", path("c.png")}).status, 0);
+    EXPECT_EQ(QImage(path("c.png")).size(), QSize(97, 61));
+    EXPECT_TRUE(parseMap(readAll(path("p.map")).toStdString()).colors.has_value());
+}
+
+TEST_F(CliTest, WritesPerPixelDataAsNumpy) {
+    ASSERT_EQ(run({"render", "--size", "5x3", "--max-iter", "50", "-o", path("d.png"), "--data", path("d.npy")}).status, 0);
+    const QByteArray npy = readAll(path("d.npy"));
+    ASSERT_GE(npy.size(), 10);
+    EXPECT_EQ(npy.left(8), QByteArray("\x93NUMPY\x01\x00", 8));
+    const int headerLength = static_cast<unsigned char>(npy[8]) | (static_cast<unsigned char>(npy[9]) << 8);
+    EXPECT_EQ((10 + headerLength) % 64, 0);
+    const QByteArray header = npy.mid(10, headerLength);
+    EXPECT_TRUE(header.contains("'descr': '<f4'"));
+    EXPECT_TRUE(header.contains("'fortran_order': False"));
+    EXPECT_TRUE(header.contains("'shape': (3, 5, 3)"));
+    ASSERT_EQ(npy.size(), 10 + headerLength + 5 * 3 * 3 * 4);
+    // Pixel (row 1, column 2) is x = -2.5 + 0.8 * 2 = -0.9, y = 0.5: escapes, so nu < 50.
+    float nu = 0;
+    std::memcpy(&nu, npy.constData() + 10 + headerLength + (1 * 5 + 2) * 12, 4);
+    EXPECT_GT(nu, 0.0f);
+    EXPECT_LT(nu, 50.0f);
+}
+
+TEST_F(CliTest, RendersAJuliaSet) {
+    ASSERT_EQ(run({"render", "--size", "64x64", "--julia", "0,0", "--max-iter", "100", "-o", path("j.png")}).status, 0);
+    const QImage image(path("j.png"));
+    // c = 0: the unit disc is interior (black) in a picture spanning -1.6..1.6.
+    EXPECT_EQ(image.pixelColor(32, 32), QColor(0, 0, 0));
+    EXPECT_NE(image.pixelColor(1, 1), QColor(0, 0, 0));
+}
+
+}  // namespace
+}  // namespace gs
