@@ -1,10 +1,10 @@
 # Two commands on a fresh Debian 12 machine:
-#   make run   installs what is missing, builds, and starts Glimmerscape
+#   make run   installs what is missing, builds, and opens the Glimmerscape window
 #   make test  installs what is missing, builds, and runs every test
 BUILD ?= build
 BUILD_TYPE ?= RelWithDebInfo
 DEBIAN_PACKAGES := cmake ninja-build g++ pkg-config \
-	qt6-base-dev libxkbcommon-dev libhwy-dev libtbb-dev \
+	qt6-base-dev qt6-qpa-plugins libxkbcommon-dev fonts-dejavu-core libhwy-dev libtbb-dev \
 	libgtest-dev libgmock-dev libbenchmark-dev \
 	xvfb xauth xdotool imagemagick
 
@@ -32,8 +32,7 @@ build: configure
 	cmake --build $(BUILD)
 
 run: build
-	@$(BUILD)/src/app/glimmerscape render -o $(BUILD)/glimmerscape-home.png
-	@echo "The home view is in $(BUILD)/glimmerscape-home.png"
+	$(BUILD)/src/app/glimmerscape
 
 test: build
 	ctest --test-dir $(BUILD) --output-on-failure -j 2

@@ -1,0 +1,69 @@
+// The Julia companion: a small view showing the Julia set whose parameter is the centre of the
+// main view. It keeps only the smooth count per pixel, so it shows palette colours without the
+// exterior shadings. Each request is computed whole on a worker and shown whole; a newer
+// request, or a resize, makes an older result stale and it is dropped on arrival.
+#pragma once
+
+#include <QImage>
+#include <QThreadPool>
+#include <QWidget>
+#include <atomic>
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <vector>
+
+#include "core/frame.h"
+
+namespace gs {
+
+class JuliaView : public QWidget {
+    Q_OBJECT
+
+public:
+    explicit JuliaView(QWidget* parent = nullptr);
+    ~JuliaView() override;
+
+    int bufferWidth() const { return width_; }
+    int bufferHeight() const { return height_; }
+    std::int64_t recomputeGeneration() const { return generation_; }
+    // Device pixels for the widget's size, each side at least 1.
+    QSize bufferSizeForWidget() const;
+    // Reallocates zero-filled buffers; false when the size is unchanged.
+    bool resizeBuffers(int width, int height);
+
+    // Computes the Julia picture described by `request` (a Julia request of this view's buffer
+    // size) in the background and shows it when it arrives, unless it has become stale; then
+    // calls `completion`. Nothing happens without buffers.
+    void requestRender(const RenderRequest& request, std::function<void()> completion = {});
+    // Colours the stored counts again with the table, frequency, offset, shift and ceiling of
+    // `colours`, then shows and passes on the picture. Nothing happens without buffers.
+    void recolor(const RenderRequest& colours);
+
+    // An image over the live buffer (valid until a resize), or null without buffers.
+    QImage makeImage() const;
+
+    ShadingTuning tuning;  // only `curve` is used here
+    std::function<void(const QImage&)> onImageUpdated;
+    std::function<void()> onLayoutSubviewsChanged;
+
+protected:
+    void paintEvent(QPaintEvent* event) override;
+    void resizeEvent(QResizeEvent* event) override;
+
+private:
+    struct Result;
+    void deliver(const std::shared_ptr<Result>& result);
+    void colourAll(const RenderRequest& colours);
+    void showPicture();
+
+    int width_ = 0, height_ = 0;
+    std::vector<std::uint8_t> pixels_;
+    std::vector<float> nu_;
+    std::int64_t generation_ = 0;
+
+    QThreadPool pool_;
+    std::shared_ptr<std::atomic<bool>> stopping_ = std::make_shared<std::atomic<bool>>(false);
+};
+
+}  // namespace gs

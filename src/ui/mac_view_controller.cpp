@@ -1,0 +1,117 @@
+// The controller's set-up, the views' callbacks, layout handling and the alerts.
+#include "ui/mac_view_controller.h"
+
+#include <QMenu>
+#include <QMessageBox>
+#include <QPushButton>
+
+#include "ui/hud_stat_view.h"
+#include "ui/julia_view.h"
+#include "ui/mandelbrot_view.h"
+
+namespace gs {
+
+namespace {
+constexpr int kMaxRenderThreads = 64;
+}  // namespace
+
+const QString MacViewController::kZoomLimitMessage = QStringLiteral(
+    "You have reached the current limits of the zoom - it is as if you had zoomed 10 thousand "
+    "times inside an atom!");
+const QString MacViewController::kResetAllMessage = QStringLiteral(
+    "This will clear your zoom history and reset the color palette, frequency, and shading "
+    "effects to their defaults. Are you sure?");
+
+MacViewController::MacViewController(QWidget* parent)
+    : QWidget(parent),
+      rng_(makeSystemRandom()),
+      reliefLight_(lightVector(reliefLightRawX_, reliefLightRawY_)),
+      trace_(qEnvironmentVariableIntValue("GLIMMERSCAPE_TRACE") == 1) {
+    // Stale renders run to completion; like a global concurrent queue, the pool has threads
+    // enough that a new render never waits behind them.
+    renderPool_.setMaxThreadCount(kMaxRenderThreads);
+    installDefaultPresenters();
+    buildInterface();
+    connectViewCallbacks();
+    regenerate();  // the first picture gets a fresh smooth palette
+    refreshControls();
+}
+
+// Render workers finish before the views and this object go away; they stop at the next row.
+MacViewController::~MacViewController() {
+    stopWorkers_->store(true);
+    renderPool_.waitForDone();
+}
+
+bool MacViewController::workersIdle() const { return renderPool_.activeThreadCount() == 0; }
+
+QStringList MacViewController::statusTexts() const {
+    return {hudZoomStat_->value(), hudIterStat_->value(), hudCenterStat_->value(),
+            hudRenderStat_->value()};
+}
+
+void MacViewController::connectViewCallbacks() {
+    MandelbrotView* view = fractalView_;
+    view->onZoomRequested = [this](const RectF& pixels) { zoomIntoRect(pixels); };
+    view->onZoomHistoryBackRequested = [this] { zoomBackAction(); };
+    view->onZoomHistoryForwardRequested = [this] { zoomForwardAction(); };
+    view->onColorCycleRequested = [this] { newRandomPalette(); };
+    view->onPaletteShiftBegan = [this] { paletteShiftBegan(); };
+    view->onPaletteShiftChanged = [this](double amount) { paletteShiftChanged(amount); };
+    view->onFrequencyShiftBegan = [this] { frequencyShiftBegan(); };
+    view->onFrequencyShiftChanged = [this](double dx, double dy) { frequencyShiftChanged(dx, dy); };
+    view->onLayoutSubviewsChanged = [this] { viewDidLayout(); };
+    view->onContextMenuRequested = [this](const QPoint& at) { showContextMenu(at); };
+    juliaView_->onLayoutSubviewsChanged = [this] { juliaDidLayout(); };
+}
+
+// A new size of the main picture reallocates its buffers and renders; the viewport stays.
+void MacViewController::viewDidLayout() {
+    const QSize points = fractalView_->size();
+    if (points == lastKnownSize_ || points.width() <= 0 || points.height() <= 0) return;
+    lastKnownSize_ = points;
+    const QSize pixels = fractalView_->bufferSizeForWidget();
+    fractalView_->resizeBuffers(pixels.width(), pixels.height());
+    render();
+}
+
+void MacViewController::juliaDidLayout() {
+    const QSize points = juliaView_->size();
+    if (points == lastKnownJuliaSize_ || points.width() <= 0 || points.height() <= 0) return;
+    lastKnownJuliaSize_ = points;
+    const QSize pixels = juliaView_->bufferSizeForWidget();
+    if (juliaView_->resizeBuffers(pixels.width(), pixels.height())) updateJulia();
+}
+
+void MacViewController::showContextMenu(const QPoint& globalPos) {
+    auto* menu = new QMenu(this);
+    menu->setAttribute(Qt::WA_DeleteOnClose);
+    menu->addAction(tr("Reset View"), this, &MacViewController::resetViewAction);
+    menu->addAction(tr("Reset All"), this, &MacViewController::resetAllAction);
+    menu->popup(globalPos);
+}
+
+// Both alerts are window-modal and do not block: rows keep arriving while they are shown.
+void MacViewController::installDefaultPresenters() {
+    presentAlert = [this](const QString& message) {
+        auto* box = new QMessageBox(QMessageBox::NoIcon, QString(), message, QMessageBox::NoButton, this);
+        box->addButton(tr("OK"), QMessageBox::AcceptRole);
+        box->setAttribute(Qt::WA_DeleteOnClose);
+        box->open();
+    };
+    presentConfirmation = [this](const QString& message, std::function<void()> onYes) {
+        auto* box = new QMessageBox(QMessageBox::NoIcon, QString(), message, QMessageBox::NoButton, this);
+        QPushButton* yes = box->addButton(tr("Yes"), QMessageBox::DestructiveRole);
+        QPushButton* no = box->addButton(tr("No"), QMessageBox::RejectRole);
+        QPalette warning = yes->palette();
+        warning.setColor(QPalette::ButtonText, QColor(0xff, 0x6b, 0x5e));
+        yes->setPalette(warning);
+        box->setDefaultButton(no);
+        box->setEscapeButton(no);
+        connect(yes, &QPushButton::clicked, this, [onYes = std::move(onYes)] { onYes(); });
+        box->setAttribute(Qt::WA_DeleteOnClose);
+        box->open();
+    };
+}
+
+}  // namespace gs

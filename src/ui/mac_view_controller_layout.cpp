@@ -1,0 +1,198 @@
+// The window: the picture first with a sidebar beside it (the Julia view and the controls),
+// under both a bar with the history controls, the status display and help; keyboard commands.
+#include <QAction>
+#include <QGuiApplication>
+#include <QHBoxLayout>
+#include <QLabel>
+#include <QScreen>
+#include <QVBoxLayout>
+
+#include "ui/bracket_controls.h"
+#include "ui/hud_stat_view.h"
+#include "ui/julia_view.h"
+#include "ui/mac_view_controller.h"
+#include "ui/mandelbrot_view.h"
+#include "ui/picture_frame.h"
+#include "ui/window_style.h"
+
+namespace gs {
+
+namespace {
+
+constexpr double kHomeAspect = 4.0 / 3.0;
+constexpr int kSidebarWidth = 232;
+constexpr int kJuliaSide = 176;
+const QSize kMinimumWindow(860, 560);
+const QSize kPreferredWindow(1240, 840);
+
+QLabel* sectionTitle(const QString& text, QWidget* parent) {
+    auto* label = new QLabel(text.toUpper(), parent);
+    QFont f = label->font();
+    f.setPointSizeF(f.pointSizeF() * 0.78);
+    f.setLetterSpacing(QFont::PercentageSpacing, 115);
+    label->setFont(f);
+    QPalette p = label->palette();
+    p.setColor(QPalette::WindowText, style::kCaption);
+    label->setPalette(p);
+    label->setContentsMargins(4, 8, 0, 2);
+    return label;
+}
+
+void fill(QWidget* widget, const QColor& colour) {
+    widget->setAutoFillBackground(true);
+    QPalette p = widget->palette();
+    p.setColor(QPalette::Window, colour);
+    widget->setPalette(p);
+}
+
+}  // namespace
+
+void MacViewController::buildInterface() {
+    setWindowTitle(QStringLiteral("Glimmerscape"));
+    setMinimumSize(kMinimumWindow);
+    fill(this, style::kWindow);
+
+    fractalView_ = new MandelbrotView;
+    pictureFrame_ = new PictureFrame(fractalView_, kHomeAspect, this);
+    auto* top = new QHBoxLayout;
+    top->setContentsMargins(0, 0, 0, 0);
+    top->setSpacing(0);
+    top->addWidget(pictureFrame_, 1);
+    top->addWidget(buildSidebar());
+
+    auto* root = new QVBoxLayout(this);
+    root->setContentsMargins(0, 0, 0, 0);
+    root->setSpacing(0);
+    root->addLayout(top, 1);
+    root->addWidget(buildStatusBar());
+
+    connectControls();
+    buildShortcuts();
+    if (const QScreen* screen = QGuiApplication::primaryScreen())
+        resize(kPreferredWindow.boundedTo(screen->availableSize()).expandedTo(kMinimumWindow));
+    fractalView_->setFocus();
+}
+
+void MacViewController::setPictureAspect(double aspect) { pictureFrame_->setAspect(aspect); }
+
+QWidget* MacViewController::buildSidebar() {
+    auto* sidebar = new QWidget(this);
+    sidebar->setFixedWidth(kSidebarWidth);
+    fill(sidebar, style::kPanel);
+    auto* column = new QVBoxLayout(sidebar);
+    column->setContentsMargins(18, 16, 14, 8);
+    column->setSpacing(0);
+
+    juliaView_ = new JuliaView(sidebar);
+    juliaView_->setFixedSize(kJuliaSide, kJuliaSide);
+    column->addWidget(juliaView_);
+
+    auto add = [&](QWidget* control) { column->addWidget(control, 0, Qt::AlignLeft); };
+    column->addWidget(sectionTitle(tr("Palette"), sidebar));
+    add(smoothToggle_ = new BracketToggleControl(tr("Smooth"), sidebar));
+    add(randomToggle_ = new BracketToggleControl(tr("Random"), sidebar));
+    add(newPaletteControl_ = new BracketActionControl(tr("New Palette"), sidebar));
+    column->addWidget(sectionTitle(tr("Shading"), sidebar));
+    add(demToggle_ = new BracketToggleControl(tr("Distance Estimation"), sidebar));
+    add(glowToggle_ = new BracketToggleControl(tr("Glow"), sidebar));
+    add(trapsToggle_ = new BracketToggleControl(tr("Traps"), sidebar));
+    add(reliefToggle_ = new BracketToggleControl(tr("Relief"), sidebar));
+    column->addWidget(sectionTitle(tr("View"), sidebar));
+    add(resetViewControl_ = new BracketActionControl(tr("Reset View"), sidebar));
+    add(resetAllControl_ = new BracketActionControl(tr("Reset All"), sidebar));
+    column->addStretch(1);
+    return sidebar;
+}
+
+QWidget* MacViewController::buildStatusBar() {
+    auto* bar = new QWidget(this);
+    fill(bar, style::kWindow);
+    auto* row = new QHBoxLayout(bar);
+    row->setContentsMargins(12, 8, 20, 10);
+    row->setSpacing(4);
+    zoomBackControl_ = new ZoomHistoryControl(tr("Zoom backward"), ZoomHistoryControl::Direction::backward, bar);
+    zoomForwardControl_ = new ZoomHistoryControl(tr("Zoom forward"), ZoomHistoryControl::Direction::forward, bar);
+    row->addWidget(zoomBackControl_);
+    row->addWidget(zoomForwardControl_);
+    row->addStretch(1);
+    const QString none = QStringLiteral("—");
+    hudZoomStat_ = new HUDStatView(tr("Zoom Level"), none, bar);
+    hudIterStat_ = new HUDStatView(tr("Max Iter"), none, bar);
+    hudCenterStat_ = new HUDStatView(tr("Center"), none, bar);
+    hudRenderStat_ = new HUDStatView(tr("Computing Time"), none, bar);
+    const QFontMetrics fm(hudCenterStat_->font());
+    hudZoomStat_->setMinimumWidth(fm.horizontalAdvance(QStringLiteral("0.0×10¹⁵×")) + 24);
+    hudIterStat_->setMinimumWidth(fm.horizontalAdvance(QStringLiteral("Max Iter")) + 24);
+    hudCenterStat_->setMinimumWidth(fm.horizontalAdvance(QStringLiteral("-0.0000+0.0000i")) + 40);
+    hudRenderStat_->setMinimumWidth(fm.horizontalAdvance(QStringLiteral("Computing Time")) + 8);
+    for (HUDStatView* stat : {hudZoomStat_, hudIterStat_, hudCenterStat_, hudRenderStat_}) {
+        row->addSpacing(16);
+        row->addWidget(stat);
+    }
+    row->addSpacing(40);
+    helpControl_ = new BracketActionControl(tr("Help"), bar);
+    helpControl_->setToolTip(tr("Mouse, keyboard and touchpad (F1)"));
+    row->addWidget(helpControl_);
+    return bar;
+}
+
+void MacViewController::connectControls() {
+    auto on = [this](QAbstractButton* control, void (MacViewController::*command)()) {
+        connect(control, &QAbstractButton::clicked, this, command);
+    };
+    on(smoothToggle_, &MacViewController::useSmoothColors);
+    on(randomToggle_, &MacViewController::useRandomColors);
+    on(newPaletteControl_, &MacViewController::newRandomPalette);
+    on(demToggle_, &MacViewController::toggleDistanceEstimation);
+    on(glowToggle_, &MacViewController::toggleGlow);
+    on(trapsToggle_, &MacViewController::toggleOrbitTraps);
+    on(reliefToggle_, &MacViewController::toggle3DRelief);
+    on(resetViewControl_, &MacViewController::resetViewAction);
+    on(resetAllControl_, &MacViewController::resetAllAction);
+    on(helpControl_, &MacViewController::showHelp);
+    on(zoomBackControl_, &MacViewController::zoomBackAction);
+    on(zoomForwardControl_, &MacViewController::zoomForwardAction);
+}
+
+QAction* MacViewController::addShortcut(const QString& title, const QKeySequence& keys,
+                                        void (MacViewController::*command)()) {
+    auto* action = new QAction(title, this);
+    action->setShortcut(keys);
+    action->setShortcutContext(Qt::WindowShortcut);
+    connect(action, &QAction::triggered, this, command);
+    addAction(action);
+    return action;
+}
+
+void MacViewController::buildShortcuts() {
+    addShortcut(tr("New Random Palette"), QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_R),
+                &MacViewController::newRandomPalette);
+    addShortcut(tr("Reset View"), QKeySequence(Qt::CTRL | Qt::Key_0), &MacViewController::resetViewAction);
+    addShortcut(tr("Distance Estimation"), QKeySequence(Qt::CTRL | Qt::Key_D),
+                &MacViewController::toggleDistanceEstimation);
+    addShortcut(tr("Glow"), QKeySequence(Qt::CTRL | Qt::Key_G), &MacViewController::toggleGlow);
+    addShortcut(tr("Orbit Traps"), QKeySequence(Qt::CTRL | Qt::Key_T), &MacViewController::toggleOrbitTraps);
+    addShortcut(tr("3D Relief"), QKeySequence(Qt::CTRL | Qt::Key_E), &MacViewController::toggle3DRelief);
+    addShortcut(tr("Zoom Backward"), QKeySequence(Qt::CTRL | Qt::Key_Left), &MacViewController::zoomBackAction)
+        ->setShortcuts({QKeySequence(Qt::CTRL | Qt::Key_Left), QKeySequence(Qt::ALT | Qt::Key_Left)});
+    addShortcut(tr("Zoom Forward"), QKeySequence(Qt::CTRL | Qt::Key_Right), &MacViewController::zoomForwardAction)
+        ->setShortcuts({QKeySequence(Qt::CTRL | Qt::Key_Right), QKeySequence(Qt::ALT | Qt::Key_Right)});
+    addShortcut(tr("Help"), QKeySequence(Qt::Key_F1), &MacViewController::showHelp);
+}
+
+void MacViewController::refreshControls() {
+    smoothToggle_->setChecked(paletteMode_ == PaletteMode::smooth);
+    randomToggle_->setChecked(paletteMode_ == PaletteMode::random);
+    demToggle_->setChecked(demEnabled_);
+    glowToggle_->setChecked(glowEnabled_);
+    trapsToggle_->setChecked(trapsEnabled_);
+    reliefToggle_->setChecked(reliefEnabled_);
+    refreshHistoryControls();
+}
+
+void MacViewController::refreshHistoryControls() {
+    zoomBackControl_->setAvailable(!history_.backStack().empty());
+    zoomForwardControl_->setAvailable(!history_.forwardStack().empty());
+}
+
+}  // namespace gs

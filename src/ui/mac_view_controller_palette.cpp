@@ -1,0 +1,55 @@
+// Palette commands and the live shifts of palette phase, frequency and relief light.
+#include "explore/palette_motion.h"
+#include "ui/mac_view_controller.h"
+
+namespace gs {
+
+// Choosing Smooth or Random always makes a fresh table, even in the mode already chosen.
+void MacViewController::useSmoothColors() {
+    paletteMode_ = PaletteMode::smooth;
+    regenerate();
+}
+
+void MacViewController::useRandomColors() {
+    paletteMode_ = PaletteMode::random;
+    regenerate();
+}
+
+void MacViewController::newRandomPalette() { regenerate(); }
+
+void MacViewController::regenerate() {
+    colorTable_ = std::make_shared<const ColorTable>(generatePalette(paletteMode_, *rng_));
+    currentPaletteName_.reset();
+    currentBookmarkName_.reset();
+    requestRecolor();
+    refreshControls();
+}
+
+void MacViewController::paletteShiftBegan() { paletteShiftBaseCycleOffset_ = cycleOffset_; }
+
+void MacViewController::paletteShiftChanged(double amount) {
+    cycleOffset_ = shiftedCycleOffset(paletteShiftBaseCycleOffset_, amount);
+    requestRecolor();
+}
+
+void MacViewController::frequencyShiftBegan() {
+    frequencyShiftBaseFrequency_ = frequency_;
+    reliefLightShiftBaseX_ = reliefLightRawX_;
+    reliefLightShiftBaseY_ = reliefLightRawY_;
+}
+
+// With relief on the same gesture moves the light and leaves the frequency alone.
+void MacViewController::frequencyShiftChanged(double dx, double dy) {
+    if (!reliefEnabled_) {
+        frequency_ = shiftedFrequency(frequencyShiftBaseFrequency_, dy);
+        requestRecolor();
+        return;
+    }
+    const LightShift shift = shiftedLight(reliefLightShiftBaseX_, reliefLightShiftBaseY_, dx, dy);
+    reliefLightRawX_ = shift.rawX;
+    reliefLightRawY_ = shift.rawY;
+    reliefLight_ = shift.light;
+    requestRelight();
+}
+
+}  // namespace gs

@@ -1,0 +1,187 @@
+// The render pipeline: full renders with row hand-over, recolouring, relighting, the status
+// display and the Julia companion's updates.
+#include <oneapi/tbb/blocked_range.h>
+#include <oneapi/tbb/parallel_for.h>
+
+#include <QMetaObject>
+#include <cstdio>
+
+#include "core/fatal.h"
+#include "ui/hud_stat_view.h"
+#include "ui/julia_view.h"
+#include "ui/mac_view_controller.h"
+#include "ui/mandelbrot_view.h"
+
+namespace gs {
+
+// One computed and coloured row on its way from a worker to the GUI thread.
+struct MacViewController::FinishedRow {
+    int row = 0;
+    std::vector<std::uint8_t> rgba;
+    std::vector<PixelExtendedData> data;
+};
+
+ColourInputs MacViewController::colourInputs(const ShadingTuning& tuning) const {
+    ColourInputs c;
+    c.table = colorTable_;
+    c.frequency = frequency_;
+    c.cycleOffset = cycleOffset_;
+    c.dem = demEnabled_;
+    c.traps = trapsEnabled_;
+    c.glow = glowEnabled_;
+    c.relief = reliefEnabled_;
+    c.tuning = tuning;
+    c.light = reliefLight_;
+    return c;
+}
+
+void MacViewController::render() {
+    MandelbrotView* view = fractalView_;
+    const int w = view->bufferWidth(), h = view->bufferHeight();
+    if (w < 1 || h < 1) return;
+    view->frame().elevation.clear();
+    const auto start = std::chrono::steady_clock::now();
+    const Viewport& v = history_.current();
+    pixelSize_ = pixelSizeFor(v, w);
+    lastMaxIteration_ = iterationCeiling(v);
+    if (__builtin_add_overflow(renderGeneration_, 1, &renderGeneration_))
+        fatal("render generation overflows");
+    isRendering_ = true;
+    auto request = std::make_shared<RenderRequest>(
+        mandelbrotRequest(v, w, h, colourInputs(tuning_), lastMaxIteration_));
+    request->generation = renderGeneration_;
+    active_ = ActiveRender{request, start, 0, 0};
+    startRenderWork(request);
+}
+
+// One work item per render; inside it a parallel loop over the rows. Each finished row goes to
+// the GUI thread by value. The stop flag is only raised when the controller is destroyed.
+void MacViewController::startRenderWork(const std::shared_ptr<const RenderRequest>& request) {
+    auto stop = stopWorkers_;
+    renderPool_.start([this, request, stop] {
+        const auto w = static_cast<std::size_t>(request->width);
+        tbb::parallel_for(tbb::blocked_range<int>(0, request->height),
+                          [&](const tbb::blocked_range<int>& rows) {
+            for (int row = rows.begin(); row != rows.end(); ++row) {
+                if (stop->load(std::memory_order_relaxed)) return;
+                auto out = std::make_shared<FinishedRow>();
+                out->row = row;
+                out->rgba.resize(w * 4);
+                out->data.resize(w);
+                renderRow(*request, row, out->rgba.data(), out->data.data());
+                QMetaObject::invokeMethod(
+                    this, [this, generation = request->generation, out] { deliverRow(generation, *out); },
+                    Qt::QueuedConnection);
+            }
+        });
+    });
+}
+
+void MacViewController::deliverRow(std::int64_t generation, const FinishedRow& row) {
+    if (generation != renderGeneration_ || !active_.request) return;  // a newer render runs
+    fractalView_->writeRow(row.row, row.rgba.data(), row.data.data());
+    ++active_.rowsDone;
+    ++active_.rowsSinceDisplay;
+    if (active_.rowsDone == active_.request->height) {
+        finishRender();
+    } else if (active_.rowsSinceDisplay >= kRowsPerPartialDisplay) {
+        active_.rowsSinceDisplay = 0;
+        fractalView_->presentImage();  // rows still to come show the previous picture
+    }
+}
+
+void MacViewController::finishRender() {
+    const RenderRequest& r = *active_.request;
+    MandelbrotView* view = fractalView_;
+    if (r.relief) reliefPass(view->frame(), r.maxIter, r.light, r.colour.tuning);
+    view->presentImage();
+    if (view->onImageUpdated) view->onImageUpdated(view->makeImage());
+    isRendering_ = false;
+    if (recolorAfterRender_) {
+        recolorAfterRender_ = false;
+        recolorAll();
+    }
+    const std::chrono::duration<double> took = std::chrono::steady_clock::now() - active_.start;
+    updateStatus(took.count());
+    updateJulia();
+    if (trace_) traceCompletedPicture();
+}
+
+void MacViewController::updateStatus(double seconds) {
+    const Viewport& v = history_.current();
+    hudZoomStat_->setValue(QString::fromStdString(zoomText(zoomLevel(v))));
+    hudIterStat_->setValue(QString::fromStdString(iterationsText(lastMaxIteration_)));
+    hudCenterStat_->setValue(QString::fromStdString(centerText(v)));
+    hudRenderStat_->setValue(QString::fromStdString(renderTimeText(seconds)));
+}
+
+// The end-to-end test reads this line: the status texts and where the picture is on screen.
+void MacViewController::traceCompletedPicture() const {
+    const QPoint origin = fractalView_->mapToGlobal(QPoint(0, 0));
+    const QStringList s = statusTexts();
+    std::printf("picture complete zoom=%s iter=%s center=%s time=%s picture=%d,%d,%d,%d\n",
+                qPrintable(s[0]), qPrintable(s[1]), qPrintable(s[2]), qPrintable(s[3]),
+                origin.x(), origin.y(), fractalView_->width(), fractalView_->height());
+    std::fflush(stdout);
+}
+
+// --- Recolouring ----------------------------------------------------------------------------
+
+// Requests made within one pass of the event loop are merged; one made during a render waits
+// for its completion.
+void MacViewController::requestRecolor() {
+    if (recolorPending_) return;
+    recolorPending_ = true;
+    QMetaObject::invokeMethod(this, [this] {
+        recolorPending_ = false;
+        if (isRendering_)
+            recolorAfterRender_ = true;
+        else
+            recolorAll();
+    }, Qt::QueuedConnection);
+}
+
+void MacViewController::recolorAll() {
+    MandelbrotView* view = fractalView_;
+    const int w = view->bufferWidth(), h = view->bufferHeight();
+    if (w >= 1 && h >= 1) {
+        RenderRequest colours =
+            mandelbrotRequest(history_.current(), w, h, colourInputs(view->tuning), lastMaxIteration_);
+        colours.colour.pixelSize = pixelSize_;
+        recolorFrame(colours, view->frame());
+        view->presentImage();
+    }
+    if (view->onImageUpdated) {
+        const QImage image = view->makeImage();
+        if (!image.isNull()) view->onImageUpdated(image);
+    }
+    if (juliaView_->bufferWidth() >= 1 && juliaView_->bufferHeight() >= 1)
+        juliaView_->recolor(juliaColours());
+}
+
+void MacViewController::requestRelight() {
+    if (!reliefEnabled_) return;
+    if (isRendering_) {
+        recolorAfterRender_ = true;
+        return;
+    }
+    MandelbrotView* view = fractalView_;
+    if (relight(view->frame(), effectiveLight(reliefLight_, 0.0), view->tuning))
+        view->presentImage();
+}
+
+// --- Julia companion ------------------------------------------------------------------------
+
+RenderRequest MacViewController::juliaColours() const {
+    const Viewport& v = history_.current();
+    return juliaRequest(v.centerX(), v.centerY(), juliaView_->bufferWidth(),
+                        juliaView_->bufferHeight(), colourInputs(juliaView_->tuning),
+                        lastMaxIteration_);
+}
+
+void MacViewController::updateJulia() {
+    if (juliaView_->bufferWidth() < 1 || juliaView_->bufferHeight() < 1) return;
+    juliaView_->requestRender(juliaColours());
+}
+
+}  // namespace gs

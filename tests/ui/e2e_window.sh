@@ -1,0 +1,101 @@
+#!/usr/bin/env bash
+# End to end: the real program on a virtual X display. Waits for the first complete picture,
+# checks on a screenshot that the main cardioid is black and the corner coloured, draws a zoom
+# box with Shift+drag, clicks into it, checks the status texts, then goes back with Ctrl+Left.
+# Usage: e2e_window.sh PATH/TO/glimmerscape      Exit 77 (skipped) when Xvfb is missing.
+set -u
+program=${1:?usage: e2e_window.sh PATH/TO/glimmerscape}
+
+command -v Xvfb >/dev/null || { echo "SKIP: Xvfb is not installed"; exit 77; }
+for tool in xdotool import convert; do
+    command -v "$tool" >/dev/null || { echo "FAIL: $tool is not installed"; exit 1; }
+done
+
+work=$(mktemp -d)
+xvfb_pid= app_pid=
+cleanup() {
+    [ -n "$app_pid" ] && kill "$app_pid" 2>/dev/null
+    [ -n "$xvfb_pid" ] && kill "$xvfb_pid" 2>/dev/null
+    wait 2>/dev/null
+    rm -rf "$work"
+}
+trap cleanup EXIT
+fail() { echo "FAIL: $*"; echo "--- program output"; cat "$work/out" "$work/err" 2>/dev/null; exit 1; }
+
+# A free display number from 99 up.
+display=
+for n in $(seq 99 160); do
+    if [ ! -e "/tmp/.X$n-lock" ] && [ ! -e "/tmp/.X11-unix/X$n" ]; then display=:$n; break; fi
+done
+[ -n "$display" ] || fail "no free display number"
+Xvfb "$display" -screen 0 1280x900x24 -nolisten tcp >"$work/xvfb.log" 2>&1 &
+xvfb_pid=$!
+export DISPLAY=$display
+for _ in $(seq 100); do xdotool getdisplaygeometry >/dev/null 2>&1 && break; sleep 0.1; done
+xdotool getdisplaygeometry >/dev/null 2>&1 || fail "Xvfb did not start on $display"
+
+export HOME=$work XDG_CONFIG_HOME=$work/config XDG_DATA_HOME=$work/data
+export XDG_RUNTIME_DIR=$work/run && mkdir -m 700 "$XDG_RUNTIME_DIR"
+GLIMMERSCAPE_TRACE=1 "$program" >"$work/out" 2>"$work/err" &
+app_pid=$!
+
+# Waits until the program has printed `count` complete pictures; prints the last such line.
+wait_for_picture() {
+    local count=$1
+    for _ in $(seq 300); do
+        if [ "$(grep -c '^picture complete' "$work/out")" -ge "$count" ]; then
+            grep '^picture complete' "$work/out" | sed -n "${count}p"
+            return 0
+        fi
+        kill -0 "$app_pid" 2>/dev/null || return 1
+        sleep 0.1
+    done
+    return 1
+}
+field() { sed -n "s/.* $1=\([^ ]*\).*/\1/p" <<<"$2"; }
+# "r g b" of one screen pixel.
+pixel() {
+    convert "$work/shot.png" -format "%[fx:int(255*p{$1,$2}.r+0.5)] %[fx:int(255*p{$1,$2}.g+0.5)] %[fx:int(255*p{$1,$2}.b+0.5)]" info:
+}
+
+first=$(wait_for_picture 1) || fail "no first picture"
+echo "first:  $first"
+IFS=, read -r px py pw ph <<<"$(field picture "$first")"
+[ "$(field zoom "$first")" = "1.0×" ] || fail "unexpected first zoom text"
+[ "$(field iter "$first")" = "255" ] || fail "unexpected first iteration ceiling"
+
+# The home view spans -2.5..1.5: c = -0.62 + 0i lies inside the main cardioid.
+inside_x=$((px + pw * 47 / 100)) inside_y=$((py + ph / 2))
+corner_x=$((px + 3)) corner_y=$((py + 3))
+ok=
+for _ in $(seq 50); do  # the picture reaches the screen on the next repaint
+    import -window root "$work/shot.png" 2>/dev/null
+    read -r r g b <<<"$(pixel $inside_x $inside_y)"
+    read -r cr cg cb <<<"$(pixel $corner_x $corner_y)"
+    if [ "$r$g$b" = "000" ] && [ $((cr > cg ? (cr > cb ? cr : cb) : (cg > cb ? cg : cb))) -gt 60 ]; then
+        ok=1; break
+    fi
+    sleep 0.1
+done
+[ -n "$ok" ] || fail "cardioid pixel ($r,$g,$b) should be black, corner ($cr,$cg,$cb) coloured"
+echo "screenshot: cardioid black, corner ($cr,$cg,$cb)"
+
+# A box from a point on the upper boundary, Shift+drag, then a click inside it.
+x0=$((px + pw * 55 / 100)) y0=$((py + ph * 20 / 100))
+x1=$((x0 + pw / 8)) y1=$((y0 + ph / 8))
+xdotool mousemove "$x0" "$y0" keydown shift mousedown 1 \
+    mousemove $((x0 + 10)) $((y0 + 10)) mousemove "$x1" "$y1" mouseup 1 keyup shift
+sleep 0.3
+xdotool mousemove $(((x0 + x1) / 2)) $(((y0 + y1) / 2)) click 1
+second=$(wait_for_picture 2) || fail "no picture after the zoom"
+echo "zoomed: $second"
+[ "$(field zoom "$second")" = "8.0×" ] || fail "zoom text should read 8.0×"
+[ "$(field center "$second")" != "$(field center "$first")" ] || fail "centre did not change"
+[ "$(field iter "$second")" = "555" ] || fail "iteration ceiling should be 555 at zoom 8"
+
+# Back through the history from the keyboard.
+xdotool key ctrl+Left
+third=$(wait_for_picture 3) || fail "no picture after Ctrl+Left"
+echo "back:   $third"
+[ "$(field zoom "$third")" = "1.0×" ] || fail "Ctrl+Left should return to the home view"
+echo "PASS"

@@ -1,0 +1,210 @@
+// The fractal view's input mapping, from synthetic mouse, wheel, touchpad and key events to the
+// view's requests. The view stands alone here: only its callbacks are watched.
+#include <gtest/gtest.h>
+
+#include <QKeyEvent>
+#include <cmath>
+#include <optional>
+#include <vector>
+
+#include "ui_test_support.h"
+
+namespace gs {
+namespace {
+
+using test::click;
+using test::drag;
+using test::pinch;
+using test::wheel;
+
+// Box sizes pass through fractions of the view, so compare them to a millionth of a point.
+::testing::AssertionResult near(const std::optional<RectF>& got, const RectF& want) {
+    if (!got) return ::testing::AssertionFailure() << "no box";
+    const double e = 1e-6;
+    if (std::abs(got->x - want.x) < e && std::abs(got->y - want.y) < e &&
+        std::abs(got->width - want.width) < e && std::abs(got->height - want.height) < e)
+        return ::testing::AssertionSuccess();
+    return ::testing::AssertionFailure() << "box " << got->x << "," << got->y << " " << got->width
+                                         << "x" << got->height;
+}
+
+// A 400 x 300 point view recording every request.
+struct Recorder {
+    MandelbrotView view;
+    std::vector<RectF> zooms;
+    std::vector<std::optional<RectF>> selections;
+    std::vector<double> paletteShifts;
+    std::vector<QPointF> frequencyShifts;
+    int paletteShiftStarts = 0, frequencyShiftStarts = 0;
+    int colourCycles = 0, backs = 0, forwards = 0, menus = 0;
+
+    Recorder() {
+        view.onZoomRequested = [this](const RectF& r) { zooms.push_back(r); };
+        view.onSelectionChanged = [this](const std::optional<RectF>& r) { selections.push_back(r); };
+        view.onPaletteShiftBegan = [this] { ++paletteShiftStarts; };
+        view.onPaletteShiftChanged = [this](double a) { paletteShifts.push_back(a); };
+        view.onFrequencyShiftBegan = [this] { ++frequencyShiftStarts; };
+        view.onFrequencyShiftChanged = [this](double dx, double dy) { frequencyShifts.push_back({dx, dy}); };
+        view.onColorCycleRequested = [this] { ++colourCycles; };
+        view.onZoomHistoryBackRequested = [this] { ++backs; };
+        view.onZoomHistoryForwardRequested = [this] { ++forwards; };
+        view.onContextMenuRequested = [this](const QPoint&) { ++menus; };
+        view.resize(400, 300);
+        view.show();
+    }
+    std::optional<RectF> box() const { return view.shownSelectionRect(); }
+    // Clicks and waits out the double-click interval.
+    void clickAndWait(QPointF at) {
+        const auto before = selections.size();
+        click(&view, at);
+        ASSERT_TRUE(test::waitFor([&] { return selections.size() > before; }));
+    }
+};
+
+TEST(ViewGestures, PinchNearTheLeftEdgeIsClippedAndZoomsAsClipped) {
+    Recorder r;
+    pinch(&r.view, {10, 150}, 1.0);  // 0.12 of the view: 48 x 36 points
+    ASSERT_EQ(r.box(), (RectF{0, 132, 34, 36}));
+    EXPECT_EQ(r.selections.back(), r.box());
+
+    r.clickAndWait({5, 140});
+    ASSERT_EQ(r.zooms.size(), 1u);
+    const double s = r.view.deviceScale();
+    EXPECT_EQ(r.zooms[0], (RectF{0, 132 * s, 34 * s, 36 * s}));
+    EXPECT_FALSE(r.box());
+    EXPECT_EQ(r.selections.back(), std::nullopt);
+}
+
+TEST(ViewGestures, PinchEndingElevenByThirtyLeavesNoSelection) {
+    Recorder r;
+    r.view.resize(100, 250);
+    pinch(&r.view, {5, 125}, 1.0);  // 12 x 30 centred 5 points from the edge: 11 x 30
+    EXPECT_FALSE(r.view.selection().hasSelection());
+    EXPECT_EQ(r.selections.back(), std::nullopt);
+    pinch(&r.view, {6, 125}, 1.0);  // 12 x 30
+    EXPECT_TRUE(r.view.selection().hasSelection());
+}
+
+TEST(ViewGestures, ClickOutsideDismissesWithoutZoomingThenClicksDoNothing) {
+    Recorder r;
+    pinch(&r.view, {200, 150}, 1.0);
+    r.clickAndWait({20, 20});
+    EXPECT_TRUE(r.zooms.empty());
+    EXPECT_FALSE(r.box());
+
+    const auto notifications = r.selections.size();
+    click(&r.view, {200, 150});
+    QTest::qWait(QApplication::doubleClickInterval() + 50);
+    EXPECT_TRUE(r.zooms.empty());
+    EXPECT_EQ(r.selections.size(), notifications);
+}
+
+TEST(ViewGestures, DoubleClickAsksForAPaletteAndNeverZooms) {
+    Recorder r;
+    pinch(&r.view, {200, 150}, 1.0);
+    click(&r.view, {200, 150});
+    test::mouse(&r.view, QEvent::MouseButtonDblClick, {200, 150}, Qt::LeftButton, Qt::LeftButton);
+    test::mouse(&r.view, QEvent::MouseButtonRelease, {200, 150}, Qt::LeftButton, Qt::NoButton);
+    QTest::qWait(QApplication::doubleClickInterval() + 50);
+    EXPECT_EQ(r.colourCycles, 1);
+    EXPECT_TRUE(r.zooms.empty());
+    EXPECT_TRUE(r.box());
+}
+
+TEST(ViewGestures, MouseDragsDrawAProportionalBoxFromTheirStartingCorner) {
+    for (const auto& [button, mods] : {std::pair{Qt::RightButton, Qt::KeyboardModifiers{}},
+                                       std::pair{Qt::LeftButton, Qt::KeyboardModifiers{Qt::ShiftModifier}}}) {
+        Recorder r;
+        drag(&r.view, {100, 100}, {180, 120}, button, mods);  // 80 wide decides: 0.2 of the view
+        ASSERT_TRUE(r.view.selection().hasSelection());
+        EXPECT_TRUE(near(r.box(), {100, 100, 80, 60}));
+        drag(&r.view, {100, 100}, {20, 90}, button, mods);  // up and left of the corner
+        EXPECT_TRUE(near(r.box(), {20, 40, 80, 60}));
+        EXPECT_EQ(r.menus, 0);
+        EXPECT_EQ(r.paletteShiftStarts, 0);
+    }
+}
+
+TEST(ViewGestures, RightClickWithoutMovingOpensTheMenu) {
+    Recorder r;
+    click(&r.view, {50, 50}, Qt::RightButton);
+    EXPECT_EQ(r.menus, 1);
+    EXPECT_FALSE(r.box());
+}
+
+TEST(ViewGestures, OnlyAVerticalLeftDragShiftsThePalette) {
+    Recorder r;
+    drag(&r.view, {200, 250}, {205, 100}, Qt::LeftButton);  // up by half the height
+    EXPECT_EQ(r.paletteShiftStarts, 1);
+    ASSERT_GE(r.paletteShifts.size(), 2u);
+    EXPECT_EQ(r.paletteShifts.front(), 0.0);
+    EXPECT_DOUBLE_EQ(r.paletteShifts.back(), 0.5);
+
+    drag(&r.view, {100, 100}, {300, 150}, Qt::LeftButton);  // more sideways than vertical
+    EXPECT_EQ(r.paletteShiftStarts, 1);
+    EXPECT_EQ(r.backs + r.forwards, 0);
+}
+
+TEST(ViewGestures, WheelAndButtonsMapToFrequencyAndHistory) {
+    Recorder r;
+    wheel(&r.view, {0, 120});
+    wheel(&r.view, {0, 240});
+    EXPECT_EQ(r.frequencyShiftStarts, 1);  // one scroll gesture
+    EXPECT_EQ(r.frequencyShifts.front(), QPointF(0, 0));
+    EXPECT_DOUBLE_EQ(r.frequencyShifts.back().y(), 3.0 / 16);
+
+    wheel(&r.view, {120, 0});  // tilted left, like a swipe to the right
+    wheel(&r.view, {-120, 0});
+    test::mouse(&r.view, QEvent::MouseButtonPress, {10, 10}, Qt::BackButton, Qt::BackButton);
+    test::mouse(&r.view, QEvent::MouseButtonPress, {10, 10}, Qt::ForwardButton, Qt::ForwardButton);
+    EXPECT_EQ(r.backs, 2);
+    EXPECT_EQ(r.forwards, 2);
+    EXPECT_EQ(r.frequencyShiftStarts, 1);
+}
+
+TEST(ViewGestures, TouchpadSwipesStepOnceAndScrollsWaitForThePinch) {
+    Recorder r;
+    // Two-finger sideways scroll: one step however far it goes.
+    for (int i = 0; i < 6; ++i) wheel(&r.view, {40, 0}, {30, 2});
+    EXPECT_EQ(r.backs, 1);
+    QTest::qWait(350);  // X11 touchpads: small angle deltas, no pixels
+    for (int i = 0; i < 12; ++i) wheel(&r.view, {30, 0});
+    EXPECT_EQ(r.backs, 2);
+
+    // Three-finger swipe to the left.
+    test::gesture(&r.view, Qt::BeginNativeGesture, {200, 150}, 0, {}, 3);
+    for (int i = 0; i < 5; ++i) test::gesture(&r.view, Qt::PanNativeGesture, {200, 150}, 0, {-20, 3}, 3);
+    test::gesture(&r.view, Qt::EndNativeGesture, {200, 150}, 0, {}, 3);
+    EXPECT_EQ(r.forwards, 1);
+
+    // A scroll while pinching changes nothing.
+    test::gesture(&r.view, Qt::BeginNativeGesture, {200, 150});
+    test::gesture(&r.view, Qt::ZoomNativeGesture, {200, 150}, 0.1);
+    QTest::qWait(350);
+    wheel(&r.view, {0, 120});
+    test::gesture(&r.view, Qt::EndNativeGesture, {200, 150});
+    EXPECT_EQ(r.frequencyShiftStarts, 0);
+    EXPECT_TRUE(r.view.selection().hasSelection());
+}
+
+TEST(ViewGestures, TheKeyboardDrawsMovesAndZoomsTheBox) {
+    Recorder r;
+    QTest::keyClick(&r.view, Qt::Key_Plus);
+    EXPECT_TRUE(near(r.box(), {100, 75, 200, 150}));
+    QTest::keyClick(&r.view, Qt::Key_Right);
+    QTest::keyClick(&r.view, Qt::Key_Minus);
+    EXPECT_TRUE(near(r.box(), {95, 56.25, 250, 187.5}));
+    QTest::keyClick(&r.view, Qt::Key_Return);
+    ASSERT_EQ(r.zooms.size(), 1u);
+    EXPECT_FALSE(r.box());
+
+    QTest::keyClick(&r.view, Qt::Key_Up);  // no box: the palette moves
+    EXPECT_EQ(r.paletteShifts, (std::vector<double>{1.0 / 20}));
+    QTest::keyClick(&r.view, Qt::Key_Plus);
+    QTest::keyClick(&r.view, Qt::Key_Escape);
+    EXPECT_FALSE(r.box());
+    EXPECT_EQ(r.zooms.size(), 1u);
+}
+
+}  // namespace
+}  // namespace gs

@@ -1,0 +1,96 @@
+// Helpers of the window tests: synthetic input events and waiting on the event loop.
+#pragma once
+
+#include <QCoreApplication>
+#include <QMouseEvent>
+#include <QNativeGestureEvent>
+#include <QPointingDevice>
+#include <QTest>
+#include <QWheelEvent>
+#include <QWidget>
+#include <functional>
+#include <memory>
+
+#include "ui/mac_view_controller.h"
+#include "ui/mandelbrot_view.h"
+
+namespace gs::test {
+
+constexpr int kTimeoutMs = 20000;
+
+inline bool waitFor(const std::function<bool()>& done, int timeoutMs = kTimeoutMs) {
+    return QTest::qWaitFor(done, timeoutMs);
+}
+
+inline void mouse(QWidget* w, QEvent::Type type, QPointF pos, Qt::MouseButton button,
+                  Qt::MouseButtons held, Qt::KeyboardModifiers mods = Qt::NoModifier) {
+    QMouseEvent e(type, pos, w->mapToGlobal(pos), button, held, mods);
+    QCoreApplication::sendEvent(w, &e);
+}
+
+// Press at `from`, move through `to` in a few steps, release there.
+inline void drag(QWidget* w, QPointF from, QPointF to, Qt::MouseButton button,
+                 Qt::KeyboardModifiers mods = Qt::NoModifier) {
+    mouse(w, QEvent::MouseButtonPress, from, button, button, mods);
+    for (int i = 1; i <= 4; ++i)
+        mouse(w, QEvent::MouseMove, from + (to - from) * (i / 4.0), Qt::NoButton, button, mods);
+    mouse(w, QEvent::MouseButtonRelease, to, button, Qt::NoButton, mods);
+}
+
+inline void click(QWidget* w, QPointF at, Qt::MouseButton button = Qt::LeftButton) {
+    mouse(w, QEvent::MouseButtonPress, at, button, button);
+    mouse(w, QEvent::MouseButtonRelease, at, button, Qt::NoButton);
+}
+
+inline void gesture(QWidget* w, Qt::NativeGestureType type, QPointF pos, double value = 0,
+                    QPointF delta = {}, int fingers = 2) {
+    QNativeGestureEvent e(type, QPointingDevice::primaryPointingDevice(), fingers, pos, pos,
+                          w->mapToGlobal(pos), value, delta);
+    QCoreApplication::sendEvent(w, &e);
+}
+
+// A touchpad pinch at `pos` whose scale runs 1 -> scale.
+inline void pinch(QWidget* w, QPointF pos, double scale) {
+    gesture(w, Qt::BeginNativeGesture, pos);
+    gesture(w, Qt::ZoomNativeGesture, pos, 0.0);
+    gesture(w, Qt::ZoomNativeGesture, pos, scale - 1.0);
+    gesture(w, Qt::EndNativeGesture, pos);
+}
+
+inline void wheel(QWidget* w, QPoint angleDelta, QPoint pixelDelta = {},
+                  Qt::ScrollPhase phase = Qt::NoScrollPhase) {
+    const QPointF pos(w->width() / 2.0, w->height() / 2.0);
+    QWheelEvent e(pos, w->mapToGlobal(pos), pixelDelta, angleDelta, Qt::NoButton, Qt::NoModifier,
+                  phase, false);
+    QCoreApplication::sendEvent(w, &e);
+}
+
+// A shown explorer window at its minimum size, first picture complete; alerts are recorded
+// instead of shown.
+struct Explorer {
+    std::unique_ptr<MacViewController> window = std::make_unique<MacViewController>();
+    QStringList alerts;
+    QStringList confirmations;
+    bool answerYes = false;
+
+    Explorer() {
+        window->presentAlert = [this](const QString& m) { alerts << m; };
+        window->presentConfirmation = [this](const QString& m, std::function<void()> onYes) {
+            confirmations << m;
+            if (answerYes) onYes();
+        };
+        window->resize(window->minimumSize());
+        window->show();
+    }
+    MacViewController& c() { return *window; }
+    MandelbrotView& view() { return *window->mandelbrotView(); }
+    // No render is running or queued, none of a stale render's rows is still to come, and the
+    // recolour queue is empty.
+    bool settle() {
+        return waitFor([this] {
+            return !window->isRendering() && window->workersIdle() && !window->recolorPending();
+        }) && (QCoreApplication::processEvents(), true);
+    }
+};
+
+}  // namespace gs::test
