@@ -42,18 +42,6 @@ std::int32_t kernelCeiling(std::int64_t maxIter) {
     return static_cast<std::int32_t>(maxIter);
 }
 
-JuliaColorParams juliaColours(const RenderRequest& r) {
-    JuliaColorParams j;
-    j.maxIter = r.maxIter;
-    j.table = r.colour.table;
-    j.tableSize = r.colour.tableSize;
-    j.curve = r.juliaCurve;
-    j.frequency = r.colour.frequency;
-    j.cycleOffset = r.colour.cycleOffset;
-    j.colorShift = r.colour.colorShift;
-    return j;
-}
-
 // Per-thread scratch rows, grown once and reused: no allocation per pixel or per row.
 struct RowScratch {
     std::vector<double> xs;
@@ -78,7 +66,7 @@ void colourRow(const RenderRequest& r, const PixelExtendedData* data, std::uint8
         return;
     }
     for (std::size_t i = 0; i < w; ++i) nuScratch[i] = data[i].nu;
-    juliaColorRow(juliaColours(r), nuScratch, w, rgba);
+    juliaColorRow(juliaColourParams(r, r.juliaCurve), nuScratch, w, rgba);
 }
 
 template <class RowFn>
@@ -89,6 +77,18 @@ void forEachRow(int height, RowFn&& fn) {
 }
 
 }  // namespace
+
+JuliaColorParams juliaColourParams(const RenderRequest& r, double curve) {
+    JuliaColorParams j;
+    j.maxIter = r.maxIter;
+    j.table = r.colour.table;
+    j.tableSize = r.colour.tableSize;
+    j.curve = curve;
+    j.frequency = r.colour.frequency;
+    j.cycleOffset = r.colour.cycleOffset;
+    j.colorShift = r.colour.colorShift;
+    return j;
+}
 
 ReliefLight effectiveLight(const ReliefLight& light, double dramaBoost) {
     ReliefLight l = light;

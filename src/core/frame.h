@@ -51,6 +51,9 @@ RenderRequest mandelbrotRequest(const Viewport& view, int width, int height,
 RenderRequest juliaRequest(double cRe, double cIm, int width, int height,
                            const ColourInputs& colour, std::int64_t maxIter);
 
+// The Julia colouring parameters of a request, with the Julia picture's own curve.
+JuliaColorParams juliaColourParams(const RenderRequest& r, double curve);
+
 // The drama actually used: stored drama + boost clamped to [0, 1] when the boost is not 0.
 ReliefLight effectiveLight(const ReliefLight& light, double dramaBoost);
 

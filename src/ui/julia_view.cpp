@@ -111,14 +111,7 @@ void JuliaView::recolor(const RenderRequest& colours) {
 }
 
 void JuliaView::colourAll(const RenderRequest& colours) {
-    JuliaColorParams p;
-    p.maxIter = colours.maxIter;
-    p.table = colours.colour.table;
-    p.tableSize = colours.colour.tableSize;
-    p.curve = tuning.curve;
-    p.frequency = colours.colour.frequency;
-    p.cycleOffset = colours.colour.cycleOffset;
-    p.colorShift = colours.colour.colorShift;
+    const JuliaColorParams p = juliaColourParams(colours, tuning.curve);
     const auto w = static_cast<std::size_t>(width_);
     forEachRow(height_, [&](int row) {
         const std::size_t at = static_cast<std::size_t>(row) * w;
