@@ -1,9 +1,9 @@
-// The reference colouring, the relief light and the relief pass.
+// The reference colouring, the relief light and the relief set-up.
 //
 // colorPixel computes in double precision, one step after the other, exactly as the colouring
-// is defined; it is the yardstick for the fast row colouring in shading_simd.cpp. The relief
-// pass works in 32-bit floats with every operation written out in order (the build never fuses
-// or reorders floating-point arithmetic), so vectorised and scalar code give the same bytes.
+// is defined; it is the yardstick for the fast row colouring in shading_simd.cpp, which also
+// holds the relief pass's row kernel. The relief set-up here is 32-bit, operation by operation
+// (the build never fuses or reorders floating-point arithmetic).
 #include "core/shading.h"
 
 #include <oneapi/tbb/blocked_range.h>
@@ -42,8 +42,8 @@ void writeColour(const double c[3], std::uint8_t* rgba) {
 
 // Where an exterior count falls in the palette cycle, in [0, 1]: the logarithmic normalised
 // count, bent by the curve, scaled and shifted; negative positions wrap.
-double palettePosition(double nu, double logMaxIter, double curve, double frequency,
-                       double offset, double shift) {
+double palettePosition(double nu, double logMaxIter, double curve, double frequency, double offset,
+                       double shift) {
     double b = nu >= 0 ? std::log(nu + 1) / logMaxIter : 0.0;
     if (curve != 1) b = std::pow(b, curve);
     const double t = frequency * b + offset + shift;
@@ -108,8 +108,8 @@ void colorPixel(const ColorParams& p, const PixelExtendedData& px, std::uint8_t*
         writeBlack(rgba);
         return;
     }
-    const double position = palettePosition(nu, p.logMaxIter, p.tuning.curve, p.frequency,
-                                             p.cycleOffset, p.colorShift);
+    const double position =
+        palettePosition(nu, p.logMaxIter, p.tuning.curve, p.frequency, p.cycleOffset, p.colorShift);
     const aColor s = sampleColor(p.table, p.tableSize, position);
     double c[3] = {s.r, s.g, s.b};
     if (p.traps) applyTraps(p.tuning, px.trapDistance, c);
@@ -125,8 +125,8 @@ void juliaPixelColor(const JuliaColorParams& p, float nu, std::uint8_t* rgba) {
         return;
     }
     const double logMaxIter = std::log(static_cast<double>(p.maxIter) + 1);
-    const double position = palettePosition(n, logMaxIter, p.curve, p.frequency, p.cycleOffset,
-                                            p.colorShift);
+    const double position =
+        palettePosition(n, logMaxIter, p.curve, p.frequency, p.cycleOffset, p.colorShift);
     const aColor s = sampleColor(p.table, p.tableSize, position);
     const double c[3] = {s.r, s.g, s.b};
     writeColour(c, rgba);
@@ -237,8 +237,8 @@ ReliefFactors reliefFactors(const ReliefLight& l, const ShadingTuning& t) {
     if (t.reliefHeight != 1) s.height = s.height * static_cast<float>(t.reliefHeight);
     s.ambient = -0.25f * l.drama + 0.44999998807907104f;
     if (t.reliefShadow != 0)
-        s.ambient = std::clamp(s.ambient + static_cast<float>(t.reliefShadow), 0.0f,
-                               0.949999988079071f);
+        s.ambient =
+            std::clamp(s.ambient + static_cast<float>(t.reliefShadow), 0.0f, 0.949999988079071f);
     s.shine = 0.550000011920929f * l.drama + 0.6499999761581421f;
     if (t.reliefShine != 1) s.shine = s.shine * static_cast<float>(t.reliefShine);
     s.edgeCalm = static_cast<float>(t.reliefEdgeCalm);

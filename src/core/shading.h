@@ -58,8 +58,7 @@ double lightAzimuthDegrees(double rawX, double rawY);
 // The strength shown to the user, percent, capped at 100.
 double lightStrengthPercent(double rawX, double rawY);
 // Raw position from an azimuth (degrees) and a strength (percent), each axis clamped to +-0.85.
-void rawLightFromAzimuth(double azimuthDegrees, double strengthPercent, double& rawX,
-                         double& rawY);
+void rawLightFromAzimuth(double azimuthDegrees, double strengthPercent, double& rawX, double& rawY);
 
 // Everything one colouring pass needs besides the pixel's own data.
 struct ColorParams {
@@ -69,9 +68,9 @@ struct ColorParams {
     std::size_t tableSize = 0;
     double frequency = 2.0;
     double cycleOffset = 0.0;
-    double colorShift = 0.0;      // soundHueAnchorShift + soundVolumeDisplacement
-    double glowIntensity = 1.0;   // soundGlowIntensity
-    double pixelSize = 0.0;       // complex-plane width of one pixel
+    double colorShift = 0.0;     // soundHueAnchorShift + soundVolumeDisplacement
+    double glowIntensity = 1.0;  // soundGlowIntensity
+    double pixelSize = 0.0;      // complex-plane width of one pixel
     bool dem = false, traps = false, glow = false;
     ShadingTuning tuning;
 };
@@ -84,6 +83,7 @@ aColor sampleColor(const aColor* table, std::size_t n, double t);
 void colorPixel(const ColorParams& p, const PixelExtendedData& px, std::uint8_t* rgba);
 
 // Colours count pixels; the same bytes as colorPixel on each, computed faster where it can.
+// Callable from any thread (each thread keeps a description of the last table it coloured).
 void colorRow(const ColorParams& p, const PixelExtendedData* data, std::size_t count,
               std::uint8_t* rgba);
 
@@ -121,8 +121,8 @@ std::int64_t colourTargets();
 // CPU runs). False when the target is not available here. Not thread-safe.
 bool useTarget(std::int64_t target);
 // colorRow, returning how many pixels the fast path handed to colorPixel.
-std::int64_t colorRowCounted(const ColorParams& p, const PixelExtendedData* data,
-                             std::size_t count, std::uint8_t* rgba);
+std::int64_t colorRowCounted(const ColorParams& p, const PixelExtendedData* data, std::size_t count,
+                             std::uint8_t* rgba);
 // The fast logarithm and exponential of the colour kernel, for accuracy tests.
 void fastLog(const double* in, double* out, std::size_t count);
 void fastExp(const double* in, double* out, std::size_t count);

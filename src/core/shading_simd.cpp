@@ -65,24 +65,24 @@ struct Plan {
     bool traps = false;
     double trapReach = 0, inverseReach = 0, trapSharpness = 0, trapGlint = 0;
     bool glow = false;
-    double inverseRadius = 0;       // 1 / r, r the clamped radius
+    double inverseRadius = 0;  // 1 / r, r the clamped radius
     double glowIntensity = 0, glowStrength = 0, glowDim = 0, glowTint = 0;
-    double halo[3] = {0, 0, 0};     // (1 - tint) * halo colour when tinted, else the halo colour
+    double halo[3] = {0, 0, 0};  // (1 - tint) * halo colour when tinted, else the halo colour
     bool haloOne[3] = {false, false, false};  // untinted channels whose halo value is 1
     bool edges = false;
     double inversePixel = 0, demThickness = 0, inverseSoftness = 0;
-    double floorFactor = 0;         // the edge factor of d <= 0, as colorPixel computes it
+    double floorFactor = 0;  // the edge factor of d <= 0, as colorPixel computes it
     double fadeStart = 0, fadeEnd = HUGE_VAL;  // x at or beyond which the edge factor is 0 or 1
     // Factors from each bound source onto a channel's 0..255 value (see planBounds).
     double sampleScale = 0, trapScale = 0, glowScale = 0, edgeScale = 0;
-    bool unitTable = false;         // every table component within [0, 1]
-    double tableMax = 0;            // largest table component magnitude
-    double slack = 0;               // rounding differences of a whole channel chain
+    bool unitTable = false;  // every table component within [0, 1]
+    double tableMax = 0;     // largest table component magnitude
+    double slack = 0;        // rounding differences of a whole channel chain
 };
 
-constexpr double kRel = 0x1p-40;    // relative bound of each approximated function
-constexpr double kUlp = 0x1p-51;    // rounding slack per operation, times the magnitude
-constexpr double kTiny = 0x1p-1000; // absolute slack of results that may underflow
+constexpr double kRel = 0x1p-40;     // relative bound of each approximated function
+constexpr double kUlp = 0x1p-51;     // rounding slack per operation, times the magnitude
+constexpr double kTiny = 0x1p-1000;  // absolute slack of results that may underflow
 
 }  // namespace gs::shading_fast
 #endif
@@ -155,7 +155,7 @@ HWY_INLINE Approx Position(const Plan& pl, V nu) {
     const V one = hn::Set(d, 1.0);
     const V ln = hn::IfThenElseZero(hn::Ge(nu, hn::Zero(d)), LogNormal(hn::Add(nu, one)));
     V b = hn::Mul(ln, hn::Set(d, pl.inverseLog));  // within kRel of ln / L
-    V eb = hn::Mul(b, hn::Set(d, kRel));            // b >= 0
+    V eb = hn::Mul(b, hn::Set(d, kRel));           // b >= 0
     if (pl.curveOn) {
         const M positive = hn::Gt(b, hn::Zero(d));
         const Approx bent = PowPositive<false>(b, hn::Set(d, kRel), pl.curve);
@@ -178,16 +178,16 @@ constexpr std::size_t kBlock = 128;  // pixels per block; a multiple of every la
 // interior pixels only are skipped by every pass.
 struct Scratch {
     alignas(64) double nu[kBlock], dist[kBlock], trap[kBlock];
-    alignas(64) double frac[kBlock];      // position within the table cell
-    alignas(64) double fracErr[kBlock];   // bound on the scaled position, so on frac
-    alignas(64) std::int64_t cell[kBlock];  // the table cell: the first colour blended
+    alignas(64) double frac[kBlock];         // position within the table cell
+    alignas(64) double fracErr[kBlock];      // bound on the scaled position, so on frac
+    alignas(64) std::int64_t cell[kBlock];   // the table cell: the first colour blended
     alignas(64) double pair[3][2 * kBlock];  // per channel, per pixel: the two values blended
     alignas(64) double weight[kBlock], weightErr[kBlock];  // trap weight w
     alignas(64) double amount[kBlock], amountErr[kBlock];  // glow amount G*e*strength
     alignas(64) double edge[kBlock], edgeErr[kBlock];      // edge factor
-    alignas(64) double redo[kBlock];      // all ones where colorPixel must redo the pixel
+    alignas(64) double redo[kBlock];         // all ones where colorPixel must redo the pixel
     alignas(64) std::uint32_t word[kBlock];  // packed RGBA
-    bool live[kBlock];                    // at a vector's first pixel: some pixel is exterior
+    bool live[kBlock];                       // at a vector's first pixel: some pixel is exterior
 };
 
 HWY_INLINE void MarkRedo(Scratch& s, std::size_t at, M m) {
@@ -303,7 +303,8 @@ HWY_INLINE void GlowPass(const Plan& pl, std::size_t count, Scratch& s) {
     for (std::size_t at = 0; at < count; at += hn::Lanes(d)) {
         if (!s.live[at]) continue;
         const Approx e = GlowFalloff(pl, hn::Load(d, s.dist + at));
-        const V a = hn::Mul(hn::Mul(hn::Set(d, pl.glowIntensity), e.v), hn::Set(d, pl.glowStrength));
+        const V a =
+            hn::Mul(hn::Mul(hn::Set(d, pl.glowIntensity), e.v), hn::Set(d, pl.glowStrength));
         V ea = hn::Mul(e.err, hn::Set(d, scale));
         ea = hn::Add(ea, Slack(ea, hn::Abs(a)));
         hn::Store(a, d, s.amount + at);
@@ -323,7 +324,8 @@ HWY_INLINE Approx FadeFactor(const Plan& pl, V x) {
     const V absInverse = hn::Abs(inverse);
     V e = hn::Mul(elg, hn::Mul(absInverse, hn::Set(d, 1 + 0x1p-40)));
     const V spread = hn::Mul(hn::Add(hn::Abs(lg), hn::Abs(thickness)), absInverse);
-    e = hn::Add(e, Slack(e, hn::Add(hn::Add(spread, spread), hn::Add(hn::Abs(raw), hn::Set(d, 0.5)))));
+    e = hn::Add(e,
+                Slack(e, hn::Add(hn::Add(spread, spread), hn::Add(hn::Abs(raw), hn::Set(d, 0.5)))));
     return {Clamp01(raw), ClampedErr(raw, e)};
 }
 
@@ -336,7 +338,8 @@ HWY_INLINE void EdgePass(const Plan& pl, std::size_t count, Scratch& s) {
         if (!s.live[at]) continue;
         const V dist = hn::Load(d, s.dist + at);
         const M inside = hn::Le(dist, hn::Zero(d));
-        const V x = hn::Max(hn::Mul(dist, hn::Set(d, pl.inversePixel)), hn::Set(d, kSmallestNormal));
+        const V x =
+            hn::Max(hn::Mul(dist, hn::Set(d, pl.inversePixel)), hn::Set(d, kSmallestNormal));
         MarkRedo(s, at, hn::Not(hn::IsFinite(x)));
         const M above = hn::Ge(x, hn::Set(d, pl.fadeEnd));
         const M below = hn::Le(x, hn::Set(d, pl.fadeStart));
@@ -356,8 +359,8 @@ HWY_INLINE void EdgePass(const Plan& pl, std::size_t count, Scratch& s) {
 // The inputs of one vector that do not depend on the channel; bound terms on the 0..255 scale.
 struct Shared {
     V frac;
-    V position;               // scaled-position bound times the plan's gain: times |delta|
-    V positionErr;            // the scaled-position bound itself, for clamp tests
+    V position;     // scaled-position bound times the plan's gain: times |delta|
+    V positionErr;  // the scaled-position bound itself, for clamp tests
     V weight, glintRest, traps;
     V amount, amountLow, amountHigh, glow;
     V edge, edges;
@@ -398,6 +401,25 @@ HWY_INLINE V Halo(const Plan& pl, int ch, V c) {
     return hn::Add(hn::Set(d, pl.halo[ch]), hn::Mul(hn::Set(d, pl.glowTint), own));
 }
 
+// Glow on one channel: c*dim + h*a, and its bound. With c exact (err 0) the sum is monotonic
+// in a: where both ends of a's interval give the same double, so does colorPixel's a, and the
+// glow adds no error at all.
+HWY_INLINE void GlowChannel(const Plan& pl, int ch, const Shared& v, V& c, V& err) {
+    const D d;
+    const V h = Halo(pl, ch, c);
+    const V base = hn::Mul(c, hn::Set(d, pl.glowDim));
+    const bool one = pl.haloOne[ch];  // x * 1.0 is x: skip the products
+    const M exact = hn::Eq(err, hn::Zero(d));
+    if (hn::AllFalse(d, exact)) {
+        err = hn::Add(err, v.glow);
+    } else {
+        const V low = hn::Add(base, one ? v.amountLow : hn::Mul(h, v.amountLow));
+        const V high = hn::Add(base, one ? v.amountHigh : hn::Mul(h, v.amountHigh));
+        err = hn::Add(err, hn::IfThenZeroElse(hn::And(exact, hn::Eq(low, high)), v.glow));
+    }
+    c = hn::Add(base, one ? v.amount : hn::Mul(h, v.amount));
+}
+
 // One channel: colorPixel's operations in its order, then the check of its truncation.
 // Returns the byte value (0..255, as a double); marks the lane unsure when the bound
 // straddles an integer. A bound is zero exactly when every input of the channel is exact
@@ -417,25 +439,15 @@ HWY_INLINE V Channel(const Plan& pl, int ch, const Scratch& s, std::size_t at, c
         // The bound on raw, with the roundings of f*delta and the sum on either side.
         const V e = hn::Add(hn::Mul(v.positionErr, hn::Abs(delta)),
                             hn::Mul(hn::Add(hn::Abs(a), hn::Abs(delta)), hn::Set(d, 0x1p-50)));
-        const M clamped = hn::Or(hn::Gt(hn::Sub(raw, e), hn::Set(d, 1.0)), hn::Lt(hn::Add(raw, e), zero));
+        const M clamped =
+            hn::Or(hn::Gt(hn::Sub(raw, e), hn::Set(d, 1.0)), hn::Lt(hn::Add(raw, e), zero));
         err = hn::IfThenZeroElse(clamped, err);
     }
     if (kTraps) {
         c = hn::Add(hn::Mul(c, v.weight), v.glintRest);
         err = hn::Add(err, v.traps);
     }
-    if (kGlow) {
-        const V h = Halo(pl, ch, c);
-        const V base = hn::Mul(c, hn::Set(d, pl.glowDim));
-        // With c exact, c*dim + h*a is monotonic in a: if both ends of a's interval give the
-        // same double, so does colorPixel's a, and the glow adds no error at all.
-        const bool one = pl.haloOne[ch];  // x * 1.0 is x: skip the products
-        const V low = hn::Add(base, one ? v.amountLow : hn::Mul(h, v.amountLow));
-        const V high = hn::Add(base, one ? v.amountHigh : hn::Mul(h, v.amountHigh));
-        c = hn::Add(base, one ? v.amount : hn::Mul(h, v.amount));
-        const M same = hn::And(hn::Eq(err, zero), hn::Eq(low, high));
-        err = hn::Add(err, hn::IfThenZeroElse(same, v.glow));
-    }
+    if (kGlow) GlowChannel(pl, ch, v, c, err);
     if (kEdges) {
         c = hn::Mul(c, v.edge);
         err = hn::Add(err, v.edges);
@@ -470,7 +482,8 @@ HWY_NOINLINE void ColourPass(const Plan& pl, std::size_t count, Scratch& s) {
         const V r = Channel<kTraps, kGlow, kEdges>(pl, 0, s, at, v, unsure);
         const V g = Channel<kTraps, kGlow, kEdges>(pl, 1, s, at, v, unsure);
         const V b = Channel<kTraps, kGlow, kEdges>(pl, 2, s, at, v, unsure);
-        V word = hn::Add(hn::Add(r, hn::Mul(g, hn::Set(d, 256.0))), hn::Mul(b, hn::Set(d, 65536.0)));
+        V word =
+            hn::Add(hn::Add(r, hn::Mul(g, hn::Set(d, 256.0))), hn::Mul(b, hn::Set(d, 65536.0)));
         word = hn::IfThenElseZero(hn::Lt(hn::Load(d, s.nu + at), hn::Set(d, pl.maxIter)), word);
         hn::Store(hn::Or(hn::BitCast(du32, hn::DemoteTo(di32, word)), alpha), du32, s.word + at);
         MarkRedo(s, at, unsure);
@@ -478,8 +491,8 @@ HWY_NOINLINE void ColourPass(const Plan& pl, std::size_t count, Scratch& s) {
 }
 
 // Hands the exterior pixels the check rejected to colorPixel; returns how many.
-HWY_INLINE std::int64_t RedoPass(const Plan& pl, const PixelExtendedData* data,
-                                 std::size_t count, Scratch& s, std::uint8_t* rgba) {
+HWY_INLINE std::int64_t RedoPass(const Plan& pl, const PixelExtendedData* data, std::size_t count,
+                                 Scratch& s, std::uint8_t* rgba) {
     const D d;
     std::int64_t redone = 0;
     for (std::size_t at = 0; at < count; at += hn::Lanes(d)) {
@@ -540,8 +553,8 @@ constexpr std::size_t kMaxFloatLanes = HWY_MAX_BYTES / sizeof(float);
 // Diffuse factor D and specular amount S from the elevation gradient: the relief steps in
 // 32-bit floats, operation by operation and in their order (nothing fused). Marks lanes whose
 // dot products are not a number (a non-finite light or tuning).
-HWY_INLINE void LitFactors(const detail::ReliefFactors& f, VF gx, VF gy, VF& diffuse,
-                           VF& specular, MF& notANumber) {
+HWY_INLINE void LitFactors(const detail::ReliefFactors& f, VF gx, VF gy, VF& diffuse, VF& specular,
+                           MF& notANumber) {
     const DF df;
     const VF zero = hn::Zero(df), one = hn::Set(df, 1.0f);
     const VF calm = hn::Set(df, f.edgeCalm);
@@ -554,10 +567,12 @@ HWY_INLINE void LitFactors(const detail::ReliefFactors& f, VF gx, VF gy, VF& dif
     const VF ny = hn::Mul(hn::Neg(gy), hn::Set(df, f.height));
     const VF n = hn::Sqrt(hn::Add(hn::Add(hn::Mul(nx, nx), hn::Mul(ny, ny)), one));
     const VF normalX = hn::Div(nx, n), normalY = hn::Div(ny, n), normalZ = hn::Div(one, n);
-    const VF half = hn::Add(hn::Add(hn::Mul(normalX, hn::Set(df, f.hx)), hn::Mul(normalY, hn::Set(df, f.hy))),
-                            hn::Mul(normalZ, hn::Set(df, f.hz)));
-    const VF light = hn::Add(hn::Add(hn::Mul(hn::Set(df, f.lx), normalX), hn::Mul(hn::Set(df, f.ly), normalY)),
-                             hn::Mul(hn::Set(df, f.lz), normalZ));
+    const VF half =
+        hn::Add(hn::Add(hn::Mul(normalX, hn::Set(df, f.hx)), hn::Mul(normalY, hn::Set(df, f.hy))),
+                hn::Mul(normalZ, hn::Set(df, f.hz)));
+    const VF light =
+        hn::Add(hn::Add(hn::Mul(hn::Set(df, f.lx), normalX), hn::Mul(hn::Set(df, f.ly), normalY)),
+                hn::Mul(hn::Set(df, f.lz), normalZ));
     notANumber = hn::Or(notANumber, hn::Or(hn::IsNaN(half), hn::IsNaN(light)));
     VF sp = hn::Max(half, zero);
     sp = hn::Mul(sp, sp);
@@ -575,8 +590,9 @@ HWY_INLINE VU8 LitChannel(DU8 du8, VU8 bytes, VF diffuse, VF specular, MF& notAN
     const DF df;
     const hn::Rebind<std::int32_t, DF> di;
     const VF v = hn::ConvertTo(df, hn::PromoteTo(di, bytes));
-    const VF lit = hn::Add(hn::Mul(diffuse, v),
-                           hn::Mul(hn::Mul(hn::Add(v, hn::Set(df, 255.0f)), hn::Set(df, 0.5f)), specular));
+    const VF lit =
+        hn::Add(hn::Mul(diffuse, v),
+                hn::Mul(hn::Mul(hn::Add(v, hn::Set(df, 255.0f)), hn::Set(df, 0.5f)), specular));
     notANumber = hn::Or(notANumber, hn::IsNaN(lit));
     const VF clamped = hn::Min(hn::Max(lit, hn::Zero(df)), hn::Set(df, 255.0f));
     return hn::DemoteTo(du8, hn::ConvertTo(di, clamped));  // truncates
@@ -691,12 +707,12 @@ bool moderate(double x) { return std::abs(x) >= 1e-300 && std::abs(x) <= 1e300; 
 // What the fast path needs to know about a colour table. Kept per thread while the table's
 // contents stay the same (the rows of a picture share one table), so rows pay only a compare.
 struct TableFacts {
-    std::vector<aColor> copy;  // the contents described
-    bool finite = false;       // every component finite
-    bool unit = false;         // every component within [0, 1]
-    double largest = 0;        // largest component magnitude
-    double smallestStep = 0;   // smallest non-zero difference between neighbouring colours
-    std::vector<double> pairs; // see Plan::pairs
+    std::vector<aColor> copy;   // the contents described
+    bool finite = false;        // every component finite
+    bool unit = false;          // every component within [0, 1]
+    double largest = 0;         // largest component magnitude
+    double smallestStep = 0;    // smallest non-zero difference between neighbouring colours
+    std::vector<double> pairs;  // see Plan::pairs
 };
 
 void describe(TableFacts& f) {
@@ -760,14 +776,14 @@ bool planTraps(const ShadingTuning& t, shading_fast::Plan& pl) {
     pl.inverseReach = 1 / t.trapReach;
     pl.trapSharpness = t.trapSharpness;
     pl.trapGlint = t.trapGlint;
-    return allFinite({t.trapSharpness, t.trapGlint}) && moderate(t.trapReach) &&
-           t.trapReach > 0 && t.trapReach <= 1e200 && t.trapSharpness > 0;
+    return allFinite({t.trapSharpness, t.trapGlint}) && moderate(t.trapReach) && t.trapReach > 0 &&
+           t.trapReach <= 1e200 && t.trapSharpness > 0;
 }
 
 bool planGlow(const ColorParams& p, shading_fast::Plan& pl) {
     const ShadingTuning& t = p.tuning;
-    if (!allFinite({p.pixelSize, t.glowRadius, t.glowStrength, t.glowDim, t.glowTint,
-                    p.glowIntensity}))
+    if (!allFinite(
+            {p.pixelSize, t.glowRadius, t.glowStrength, t.glowDim, t.glowTint, p.glowIntensity}))
         return false;
     const double radius = std::max(p.pixelSize * t.glowRadius, kSmallestNormal);
     if (radius > 1e300) return false;
@@ -817,7 +833,8 @@ bool planBounds(shading_fast::Plan& pl) {
     const double tableMax = pl.tableMax;
     const double glint = pl.traps ? std::abs(pl.trapGlint) : 0.0;
     const double c1max = std::max(1.0, glint);
-    const double amax = pl.glow ? std::abs(pl.glowIntensity * pl.glowStrength) * (1 + 0x1p-40) : 0.0;
+    const double amax =
+        pl.glow ? std::abs(pl.glowIntensity * pl.glowStrength) * (1 + 0x1p-40) : 0.0;
     const double tint = pl.glow && pl.glowTint > 0 ? pl.glowTint : 0.0;
     const double hmax = pl.glow ? std::abs(1 - tint) + tint * 1.6 * c1max : 0.0;
     const double dim = pl.glow ? std::abs(pl.glowDim) : 1.0;
@@ -840,14 +857,18 @@ bool planBounds(shading_fast::Plan& pl) {
 
 // From b's bound to the bound on the scaled position v = p*n: the frequency carries it, and
 // the roundings of frequency*b + offset + shift, of p + 1 and of p*n add at most one unit in
-// the last place each of their magnitudes (b <= bMax), doubled.
-void planPosition(const ColorParams& p, shading_fast::Plan& pl) {
+// the last place each of their magnitudes (b <= bMax), doubled. False when the position could
+// overflow (a ceiling far beyond ln(maxIter + 1) bent by a steep curve).
+bool planPosition(const ColorParams& p, shading_fast::Plan& pl) {
     double bMax = std::log(p.maxIter + 1.0) * pl.inverseLog * (1 + 0x1p-30);
     if (pl.curveOn) bMax = std::pow(bMax, pl.curve) * (1 + 0x1p-30);
     const double f = std::abs(pl.frequency);
+    if (!(bMax < 1e300) || !(f * bMax < 1e300)) return false;
     const double magnitudes = 3 * f * bMax + 2 * std::abs(pl.offset) + std::abs(pl.shift) + 1;
     pl.positionGain = f * pl.tableSize * (1 + 0x1p-39);
     pl.positionSlack = (0x1p-51 * magnitudes * (1 + 0x1p-40) + 0x1p-51) * pl.tableSize;
+    if (f == 0) pl.positionGain = pl.positionSlack = 0;  // 0 * b: the position is exact
+    return true;
 }
 
 bool makePlan(const ColorParams& p, shading_fast::Plan& pl) {
@@ -858,8 +879,7 @@ bool makePlan(const ColorParams& p, shading_fast::Plan& pl) {
     if (pl.glow && !planGlow(p, pl)) return false;
     pl.edges = p.dem && p.pixelSize > 0;
     if (pl.edges && !planEdges(p, pl)) return false;
-    planPosition(p, pl);
-    return planBounds(pl);
+    return planPosition(p, pl) && planBounds(pl);
 }
 
 std::int64_t colourSpan(const ColorParams& p, const PixelExtendedData* data, std::size_t count,
@@ -889,8 +909,8 @@ bool useTarget(std::int64_t target) {
     return true;
 }
 
-std::int64_t colorRowCounted(const ColorParams& p, const PixelExtendedData* data,
-                             std::size_t count, std::uint8_t* rgba) {
+std::int64_t colorRowCounted(const ColorParams& p, const PixelExtendedData* data, std::size_t count,
+                             std::uint8_t* rgba) {
     return colourSpan(p, data, count, rgba);
 }
 
