@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <ostream>
 #include <string>
@@ -22,11 +23,6 @@ const aColor kFiller{1 / 255.0, 2 / 255.0, 3 / 255.0};
 std::string mapText(const std::string& first, const std::string& sep = "\n", int count = 256) {
     std::string text = first + sep;
     for (int i = 1; i < count; ++i) text += "1 2 3" + sep;
-    return text;
-}
-
-std::string withoutLastByte(std::string text) {
-    text.pop_back();
     return text;
 }
 
@@ -58,7 +54,7 @@ INSTANTIATE_TEST_SUITE_P(
         ReadCase{"RunsOfSeparators", mapText(" \t0 ,, 128\t,255 , "), kDeepBlue},
         ReadCase{"Signs", mapText("-0 +128 +255"), kDeepBlue},
         ReadCase{"BlankLinesBetween", mapText("0 128 255", "\n \t\n\n"), kDeepBlue},
-        ReadCase{"NoFinalLineBreak", withoutLastByte(mapText("0 128 255")), kDeepBlue},
+        ReadCase{"NoFinalLineBreak", mapText("0 128 255", "\n", 255) + "1 2 3", kDeepBlue},
         ReadCase{"CR", mapText("0 128 255", "\r"), kDeepBlue},
         ReadCase{"CRLF", mapText("0 128 255", "\r\n"), kDeepBlue},
         ReadCase{"VerticalTab", mapText("0 128 255", "\v"), kDeepBlue},
@@ -120,31 +116,22 @@ INSTANTIATE_TEST_SUITE_P(
 
 // --- Writing --------------------------------------------------------------------------------
 
-TEST(MapWrite, RoundsHalvesUpAndClamps) {
+// 256 reads as 256/255 and is written back as 255; a generated palette survives the round trip.
+TEST(MapWrite, RoundsHalvesUpClampsAndRoundTrips) {
     const ColorTable colours{{1, 0, 0}, {0, 0.5, 1}, {1.2, -0.1, 0.999}, {1 / 255.0, 0, 0}};
     EXPECT_EQ(writeMap(colours), "255 0 0\n0 128 255\n255 0 255\n1 0 0\n");
-}
-
-TEST(MapWrite, OutOfRangeValueReadsUnclampedAndWritesClamped) {
-    const MapParseResult read = parseMap(mapText("256 0 0"));
-    ASSERT_TRUE(read.colors) << read.error;
-    EXPECT_EQ(read.colors->front().r, 256 / 255.0);
-    const std::string written = writeMap(*read.colors);
-    EXPECT_EQ(written.substr(0, written.find('\n')), "255 0 0");
-}
-
-TEST(MapWrite, GeneratedPaletteSurvivesRoundTrip) {
+    const MapParseResult wide = parseMap(mapText("256 0 0"));
+    ASSERT_TRUE(wide.colors) << wide.error;
+    EXPECT_EQ(wide.colors->front().r, 256 / 255.0);
+    EXPECT_EQ(writeMap(*wide.colors).substr(0, 8), "255 0 0\n");
     SeededRandom rng(11);
     const ColorTable original = smoothPalette(rng);
     const MapParseResult read = parseMap(writeMap(original));
     ASSERT_TRUE(read.colors) << read.error;
     ASSERT_EQ(read.colors->size(), original.size());
-    const double tolerance = 0.5 / 255 + 1e-12;
-    for (std::size_t i = 0; i < original.size(); ++i) {
-        EXPECT_NEAR((*read.colors)[i].r, original[i].r, tolerance) << i;
-        EXPECT_NEAR((*read.colors)[i].g, original[i].g, tolerance) << i;
-        EXPECT_NEAR((*read.colors)[i].b, original[i].b, tolerance) << i;
-    }
+    for (std::size_t i = 0; i < original.size(); ++i)
+        EXPECT_LE(std::max({std::fabs((*read.colors)[i].r - original[i].r), std::fabs((*read.colors)[i].g - original[i].g),
+                            std::fabs((*read.colors)[i].b - original[i].b)}), 0.5 / 255 + 1e-12) << i;
 }
 
 // Corrupted files must give either a full table or a reason, never anything in between.
@@ -153,16 +140,9 @@ TEST(MapRead, CorruptedBytesGiveTableOrReason) {
     const std::string valid = mapText("0 128 255 ; deep blue", "\r\n");
     for (int round = 0; round < 2000; ++round) {
         std::string text = valid;
-        for (int flip = 0; flip < 4; ++flip) {
-            text[randomBelow(rng, text.size())] = static_cast<char>(rng.next());
-        }
+        for (int flip = 0; flip < 4; ++flip) text[randomBelow(rng, text.size())] = char(rng.next());
         const MapParseResult result = parseMap(text);
-        if (result.colors) {
-            EXPECT_EQ(result.colors->size(), 256u);
-            EXPECT_EQ(result.error, "");
-        } else {
-            EXPECT_NE(result.error, "");
-        }
+        EXPECT_EQ(result.colors ? result.colors->size() : 0u, result.error.empty() ? 256u : 0u);
     }
 }
 

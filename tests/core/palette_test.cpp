@@ -1,10 +1,12 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <ostream>
 #include <cstdint>
 #include <stdexcept>
+#include <tuple>
 #include <vector>
 
 #include "core/palette.h"
@@ -27,16 +29,13 @@ constexpr std::uint64_t kLow53 = (std::uint64_t{1} << 53) - 1;
 // throwing, since any word returned instead could make a draw loop for ever.
 class ScriptedRandom final : public RandomSource {
 public:
-    explicit ScriptedRandom(std::vector<std::uint64_t> words) : words_(std::move(words)) {}
+    explicit ScriptedRandom(std::vector<std::uint64_t> words) : words(std::move(words)) {}
     std::uint64_t next() override {
-        if (used_ == words_.size()) throw std::out_of_range("more words drawn than scripted");
-        return words_[used_++];
+        if (used == words.size()) throw std::out_of_range("more words drawn than scripted");
+        return words[used++];
     }
-    std::size_t used() const { return used_; }
-
-private:
-    std::vector<std::uint64_t> words_;
-    std::size_t used_ = 0;
+    std::vector<std::uint64_t> words;
+    std::size_t used = 0;
 };
 
 double maxChannel(const aColor& c) { return std::max({c.r, c.g, c.b}); }
@@ -47,117 +46,63 @@ double distance(const aColor& x, const aColor& y) {
 
 // --- Draws from scripted words -------------------------------------------------------------
 
-enum class Draw { closed, halfOpen };
-
-struct DrawCase {
-    const char* name;
-    Draw draw;
-    double a, b;
-    std::vector<std::uint64_t> words;
-    double expected;  // compared exactly
-};
-
-class PaletteDraw : public ::testing::TestWithParam<DrawCase> {};
-
-TEST_P(PaletteDraw, GivesExactValueAndUsesEveryScriptedWord) {
-    const DrawCase& c = GetParam();
-    ScriptedRandom rng(c.words);
-    const double x = c.draw == Draw::closed ? randomClosed(rng, c.a, c.b)
-                                            : randomHalfOpen(rng, c.a, c.b);
-    EXPECT_EQ(x, c.expected);
-    EXPECT_EQ(rng.used(), c.words.size());
-}
-
 // For 2^53 + 1 outcomes Lemire rejects words whose low product is below 2^53 - 2047, such as
 // 0 and 2048; the all-ones word gives k = 2^53. 0.2 + (0.9 - 0.2) is not 0.9, so only the
-// special case returns b exactly.
-INSTANTIATE_TEST_SUITE_P(
-    Palette, PaletteDraw,
-    ::testing::Values(
-        DrawCase{"ClosedTopIsExactlyB", Draw::closed, 0.2, 0.9, {kAllOnes}, 0.9},
-        DrawCase{"ClosedRejectsZeroWord", Draw::closed, 0.2, 0.9, {0, 1}, 0.2},
-        DrawCase{"ClosedRejectsBiasedWord", Draw::closed, 0.2, 0.9, {2048, 0, 1}, 0.2},
-        DrawCase{"HalfOpenUsesLow53Bits", Draw::halfOpen, 0.0, 1.0, {0xFFF0000000000000}, 0.5},
-        DrawCase{"HalfOpenRedrawsWhenRoundedToB", Draw::halfOpen, 1.0, 2.0, {kLow53, 0}, 1.0},
-        DrawCase{"HalfOpenKeepsValueBelowB", Draw::halfOpen, 0.0, 1.0, {kLow53},
-                 1.0 - 0x1p-53}),
-    [](const auto& info) { return info.param.name; });
-
-struct BelowCase {
-    std::uint64_t n;
-    std::vector<std::uint64_t> words;
-    std::uint64_t expected;
-};
-
-class PaletteBelow : public ::testing::TestWithParam<BelowCase> {};
-
-TEST_P(PaletteBelow, MultipliesAndRejectsBiasedWords) {
-    const BelowCase& c = GetParam();
-    ScriptedRandom rng(c.words);
-    EXPECT_EQ(randomBelow(rng, c.n), c.expected);
-    EXPECT_EQ(rng.used(), c.words.size());
+// special case returns b exactly. Half-open draws use the low 53 bits and redraw at b.
+TEST(PaletteDraw, GivesExactValueAndUsesEveryScriptedWord) {
+    struct Case { bool closed; double a, b; std::vector<std::uint64_t> words; double want; };
+    const Case cases[] = {{true, 0.2, 0.9, {kAllOnes}, 0.9},
+                          {true, 0.2, 0.9, {0, 1}, 0.2},
+                          {true, 0.2, 0.9, {2048, 0, 1}, 0.2},
+                          {false, 0.0, 1.0, {0xFFF0000000000000}, 0.5},
+                          {false, 1.0, 2.0, {kLow53, 0}, 1.0},
+                          {false, 0.0, 1.0, {kLow53}, 1.0 - 0x1p-53}};
+    for (const Case& c : cases) {
+        ScriptedRandom rng(c.words);
+        EXPECT_EQ(c.closed ? randomClosed(rng, c.a, c.b) : randomHalfOpen(rng, c.a, c.b), c.want);
+        EXPECT_EQ(rng.used, c.words.size()) << c.want;
+    }
 }
 
 // 2^64 mod 3 = 1, so for n = 3 the one word with a zero low product is rejected; for n = 4
 // nothing is (2^64 is a multiple of 4) even though the low product is below n.
-INSTANTIATE_TEST_SUITE_P(Palette, PaletteBelow,
-                         ::testing::Values(BelowCase{3, {0, kAllOnes}, 2},
-                                           BelowCase{4, {0}, 0},
-                                           BelowCase{4, {kAllOnes}, 3},
-                                           BelowCase{1, {12345}, 0}));
+TEST(PaletteBelow, MultipliesAndRejectsBiasedWords) {
+    const std::tuple<std::uint64_t, std::vector<std::uint64_t>, std::uint64_t> cases[] = {
+        {3, {0, kAllOnes}, 2}, {4, {0}, 0}, {4, {kAllOnes}, 3}, {1, {12345}, 0}};
+    for (const auto& [n, words, want] : cases) {
+        ScriptedRandom rng(words);
+        EXPECT_EQ(randomBelow(rng, n), want);
+        EXPECT_EQ(rng.used, words.size()) << n;
+    }
+}
 
 // --- Seeded generators ---------------------------------------------------------------------
 
-TEST(PaletteSeededRandom, MatchesReferenceXoshiroFromSplitmix) {
+TEST(PaletteSeededRandom, MatchesReferenceXoshiroFromSplitmixSystemSourcesDiffer) {
     SeededRandom rng(0);
-    EXPECT_EQ(rng.next(), 0x99ec5f36cb75f2b4u);
-    EXPECT_EQ(rng.next(), 0xbf6e1f784956452au);
-    EXPECT_EQ(rng.next(), 0x1a5f849d4933e6e0u);
+    for (std::uint64_t want : {0x99ec5f36cb75f2b4u, 0xbf6e1f784956452au, 0x1a5f849d4933e6e0u})
+        EXPECT_EQ(rng.next(), want);
+    EXPECT_NE(makeSystemRandom()->next(), makeSystemRandom()->next());
 }
-
-TEST(PaletteSystemRandom, TwoSourcesDiffer) {
-    auto one = makeSystemRandom();
-    auto two = makeSystemRandom();
-    EXPECT_NE(one->next(), two->next());
-}
-
-class PaletteSeeded : public ::testing::TestWithParam<std::uint64_t> {};
 
 // Every smooth colour has value v = max(r, g, b) in 0.7..1 and saturation >= 0.7, so its
-// smallest channel v(1 - s) is at most 0.3.
-TEST_P(PaletteSeeded, SmoothColoursAreVivid) {
-    SeededRandom rng(GetParam());
-    const ColorTable table = smoothPalette(rng);
-    ASSERT_EQ(table.size(), 256u);
-    for (std::size_t i = 0; i < table.size(); ++i) {
-        SCOPED_TRACE(i);
-        EXPECT_GE(minChannel(table[i]), 0.0);
-        EXPECT_LE(maxChannel(table[i]), 1.0);
-        EXPECT_GE(maxChannel(table[i]), 0.7 - 1e-12);
-        EXPECT_LE(minChannel(table[i]), 0.3 + 1e-12);
+// smallest channel v(1 - s) is at most 0.3; random channels stay in 0..1; every request is fresh.
+TEST(PaletteGenerators, SmoothIsVividRandomInRangeEachRequestFresh) {
+    for (std::uint64_t seed = 1; seed <= 40; ++seed) {
+        SeededRandom rng(seed);
+        const ColorTable smooth = smoothPalette(rng), random = generatePalette(PaletteMode::random, rng);
+        ASSERT_EQ(smooth.size(), 256u);
+        ASSERT_EQ(random.size(), 256u);
+        for (const aColor& c : smooth) {
+            EXPECT_GE(minChannel(c), 0.0);
+            EXPECT_LE(minChannel(c), 0.3 + 1e-12);
+            EXPECT_GE(maxChannel(c), 0.7 - 1e-12);
+            EXPECT_LE(maxChannel(c), 1.0);
+        }
+        for (const aColor& c : random) EXPECT_TRUE(minChannel(c) >= 0 && maxChannel(c) <= 1) << seed;
+        EXPECT_NE(generatePalette(PaletteMode::smooth, rng), smooth);
+        EXPECT_NE(generatePalette(PaletteMode::random, rng), random);
     }
-}
-
-TEST_P(PaletteSeeded, RandomChannelsStayInUnitRange) {
-    SeededRandom rng(GetParam());
-    const ColorTable table = generatePalette(PaletteMode::random, rng);
-    ASSERT_EQ(table.size(), 256u);
-    for (const aColor& c : table) {
-        EXPECT_GE(minChannel(c), 0.0);
-        EXPECT_LE(maxChannel(c), 1.0);
-    }
-}
-
-TEST_P(PaletteSeeded, EachRequestGivesAFreshTable) {
-    SeededRandom rng(GetParam());
-    for (PaletteMode mode : {PaletteMode::smooth, PaletteMode::random}) {
-        EXPECT_NE(generatePalette(mode, rng), generatePalette(mode, rng));
-    }
-}
-
-INSTANTIATE_TEST_SUITE_P(PaletteSeeds, PaletteSeeded, ::testing::Range<std::uint64_t>(1, 41));
-
-TEST(PaletteGenerators, ZeroCountGivesEmptyTable) {
     SeededRandom rng(7);
     EXPECT_TRUE(smoothPalette(rng, 0).empty());
     EXPECT_TRUE(randomPalette(rng, 0).empty());
@@ -170,7 +115,7 @@ TEST(PaletteGenerators, StopCountComesFromTheFirstWord) {
     for (int stop = 0; stop < 4; ++stop) words.insert(words.end(), {kAllOnes, 0, 1, 1});
     ScriptedRandom rng(words);
     EXPECT_EQ(smoothPalette(rng, 4).size(), 4u);
-    EXPECT_EQ(rng.used(), words.size());
+    EXPECT_EQ(rng.used, words.size());
 }
 
 // --- Smooth tables from explicit stops -----------------------------------------------------
@@ -184,37 +129,28 @@ std::vector<PaletteStop> threeStops() {
     return {{0.7, 240, 1, 1}, {0.2, 0, 1, 1}, {0.5, 120, 1, 0.8}};
 }
 
-TEST(PaletteFromStops, KeyColoursLandOnTheirPositions) {
+// Hue runs 0 -> 120 -> 0 only: the overwritten blue stop never shows, and the cycle closes
+// without a seam.
+TEST(PaletteFromStops, KeyColoursLandOnTheirPositionsAndTheCycleCloses) {
     const ColorTable table = detail::smoothFromStops(threeStops(), 256);
     EXPECT_EQ(table[0], kRed);
     EXPECT_LT(distance(table[128], kDarkGreen), 1e-12);
-    // Hue runs 0 -> 120 -> 0 only: the overwritten blue stop never shows.
-    for (const aColor& c : table) EXPECT_EQ(c.b, 0.0);
-}
-
-TEST(PaletteFromStops, CycleClosesWithoutSeam) {
-    const ColorTable table = detail::smoothFromStops(threeStops(), 256);
     double largestStep = 0;
-    for (std::size_t i = 1; i < table.size(); ++i) {
-        largestStep = std::max(largestStep, distance(table[i - 1], table[i]));
+    for (std::size_t i = 0; i < table.size(); ++i) {
+        EXPECT_EQ(table[i].b, 0.0);
+        if (i > 0) largestStep = std::max(largestStep, distance(table[i - 1], table[i]));
     }
     EXPECT_LT(distance(table[255], table[0]), 1e-3);
     EXPECT_LE(distance(table[255], table[0]), largestStep);
 }
 
-TEST(PaletteFromStops, EqualPositionsKeepTheirDrawnOrder) {
+TEST(PaletteFromStops, EqualPositionsKeepDrawnOrderHueCrossesZero) {
     // Red and green share 0.5: red, drawn first, stays before green, so green is the stop that
     // becomes the copy of the first and red is the colour met at 0.5.
-    const ColorTable table = detail::smoothFromStops(
-        {{0.5, 0, 1, 1}, {0.5, 120, 1, 1}, {0.1, 240, 1, 1}}, 256);
-    EXPECT_LT(distance(table[128], kRed), 1e-12);
-}
-
-TEST(PaletteFromStops, HueCrossesZeroBetween350And10) {
+    const ColorTable tied = detail::smoothFromStops({{0.5, 0, 1, 1}, {0.5, 120, 1, 1}, {0.1, 240, 1, 1}}, 256);
+    EXPECT_LT(distance(tied[128], kRed), 1e-12);
     // 350 -> 10 -> 350 must stay among reds; through 180 red would drop to 0 on the way.
-    const ColorTable table = detail::smoothFromStops({{0, 350, 1, 1}, {0.5, 10, 1, 1},
-                                                      {1, 200, 1, 1}}, 256);
-    for (const aColor& c : table) {
+    for (const aColor& c : detail::smoothFromStops({{0, 350, 1, 1}, {0.5, 10, 1, 1}, {1, 200, 1, 1}}, 256)) {
         EXPECT_DOUBLE_EQ(c.r, 1.0);
         EXPECT_LE(std::max(c.g, c.b), 10.0 / 60.0 + 1e-12);
     }
@@ -222,44 +158,22 @@ TEST(PaletteFromStops, HueCrossesZeroBetween350And10) {
 
 // --- Hue interpolation and HSV conversion --------------------------------------------------
 
-struct HueCase {
-    double a, b, w, expected;
-};
-
-class PaletteHue : public ::testing::TestWithParam<HueCase> {};
-
-TEST_P(PaletteHue, TakesTheShorterArc) {
-    const HueCase& c = GetParam();
-    EXPECT_NEAR(detail::interpolateHue(c.a, c.b, c.w), c.expected, 1e-9);
-}
-
 // Exactly half a turn apart, the difference is kept as it is (+180 or -180).
-INSTANTIATE_TEST_SUITE_P(Palette, PaletteHue,
-                         ::testing::Values(HueCase{350, 10, 0.5, 0}, HueCase{350, 10, 0.25, 355},
-                                           HueCase{10, 350, 0.75, 355},
-                                           HueCase{10, 350, 0.5, 0}, HueCase{0, 180, 0.5, 90},
-                                           HueCase{180, 0, 0.5, 90},
-                                           HueCase{0, 359.5, 1, 359.5}));
-
-struct HsvCase {
-    double h, s, v;
-    aColor expected;
-};
-
-class PaletteHsv : public ::testing::TestWithParam<HsvCase> {};
-
-TEST_P(PaletteHsv, ConvertsBySector) {
-    const HsvCase& c = GetParam();
-    EXPECT_LT(distance(detail::hsvToRgb(c.h, c.s, c.v), c.expected), 1e-12);
+TEST(PaletteHue, TakesTheShorterArc) {
+    for (auto [a, b, w, want] : {std::array<double, 4>{350, 10, 0.5, 0}, {350, 10, 0.25, 355},
+                                 {10, 350, 0.75, 355}, {10, 350, 0.5, 0}, {0, 180, 0.5, 90},
+                                 {180, 0, 0.5, 90}, {0, 359.5, 1, 359.5}})
+        EXPECT_NEAR(detail::interpolateHue(a, b, w), want, 1e-9) << a << " " << b << " " << w;
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Palette, PaletteHsv,
-    ::testing::Values(HsvCase{0, 1, 1, {1, 0, 0}}, HsvCase{60, 1, 1, {1, 1, 0}},
-                      HsvCase{90, 1, 1, {0.5, 1, 0}}, HsvCase{120, 1, 1, {0, 1, 0}},
-                      HsvCase{180, 1, 1, {0, 1, 1}}, HsvCase{240, 1, 1, {0, 0, 1}},
-                      HsvCase{300, 1, 1, {1, 0, 1}}, HsvCase{-60, 1, 1, {1, 0, 1}},
-                      HsvCase{30, 0.5, 0.8, {0.8, 0.6, 0.4}}));
+TEST(PaletteHsv, ConvertsBySector) {
+    const std::pair<std::array<double, 3>, aColor> cases[] = {
+        {{0, 1, 1}, {1, 0, 0}},   {{60, 1, 1}, {1, 1, 0}},  {{90, 1, 1}, {0.5, 1, 0}},
+        {{120, 1, 1}, {0, 1, 0}}, {{180, 1, 1}, {0, 1, 1}}, {{240, 1, 1}, {0, 0, 1}},
+        {{300, 1, 1}, {1, 0, 1}}, {{-60, 1, 1}, {1, 0, 1}}, {{30, 0.5, 0.8}, {0.8, 0.6, 0.4}}};
+    for (auto [hsv, rgb] : cases)
+        EXPECT_LT(distance(detail::hsvToRgb(hsv[0], hsv[1], hsv[2]), rgb), 1e-12) << hsv[0];
+}
 
 }  // namespace
 }  // namespace gs
