@@ -73,6 +73,9 @@ public:
     // outgoing selection: the history half of an auto-explore step, before setBounds.
     void pushNoSelection();
 
+    // Forgets the box leading to a deeper view (auto-explore switching on).
+    void clearOutgoingSelection() { outgoing_.reset(); }
+
     // Replaces the bounds without touching the history (auto-explore, bookmarks, share links).
     void setBounds(const Viewport& v) { current_ = v; }
 

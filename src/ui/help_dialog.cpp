@@ -37,6 +37,10 @@ const std::vector<InputMapping>& inputMappings() {
         {QStringLiteral("Distance Estimation / Glow / Orbit Traps / 3D Relief"),
          QStringLiteral("—"), QStringLiteral("—"),
          QStringLiteral("Ctrl+D / Ctrl+G / Ctrl+T / Ctrl+E")},
+        {QStringLiteral("Animate colours / Auto explore"), QStringLiteral("—"), QStringLiteral("—"),
+         QStringLiteral("Ctrl+Y / Ctrl+Shift+A")},
+        {QStringLiteral("Full screen (Esc leaves it)"), QStringLiteral("—"), QStringLiteral("—"),
+         QStringLiteral("F11")},
         {QStringLiteral("This help"), QStringLiteral("—"), QStringLiteral("—"),
          QStringLiteral("F1")},
     };

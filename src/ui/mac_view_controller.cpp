@@ -52,10 +52,24 @@ QStringList MacViewController::statusTexts() const {
 
 void MacViewController::connectViewCallbacks() {
     MandelbrotView* view = fractalView_;
-    view->onZoomRequested = [this](const RectF& pixels) { zoomIntoRect(pixels); };
-    view->onZoomHistoryBackRequested = [this] { zoomBackAction(); };
-    view->onZoomHistoryForwardRequested = [this] { zoomForwardAction(); };
-    view->onColorCycleRequested = [this] { newRandomPalette(); };
+    // Zooms, swipes, double clicks and selection changes on the picture end auto-explore.
+    view->onZoomRequested = [this](const RectF& pixels) {
+        stopAutoExplore();
+        zoomIntoRect(pixels);
+    };
+    view->onZoomHistoryBackRequested = [this] {
+        stopAutoExplore();
+        zoomBackAction();
+    };
+    view->onZoomHistoryForwardRequested = [this] {
+        stopAutoExplore();
+        zoomForwardAction();
+    };
+    view->onColorCycleRequested = [this] {
+        stopAutoExplore();
+        newRandomPalette();
+    };
+    view->onSelectionChanged = [this](const std::optional<RectF>&) { stopAutoExplore(); };
     view->onPaletteShiftBegan = [this] { paletteShiftBegan(); };
     view->onPaletteShiftChanged = [this](double amount) { paletteShiftChanged(amount); };
     view->onFrequencyShiftBegan = [this] { frequencyShiftBegan(); };

@@ -11,6 +11,7 @@
 // mac_view_controller_*.cpp files.
 #pragma once
 
+#include <QPointer>
 #include <QSize>
 #include <QThreadPool>
 #include <QWidget>
@@ -20,13 +21,18 @@
 #include <functional>
 #include <memory>
 #include <optional>
+#include <utility>
+#include <vector>
 
 #include "core/frame.h"
 #include "core/palette.h"
+#include "explore/palette_motion.h"
 #include "explore/selection.h"
 #include "explore/zoom_history.h"
 
 class QAction;
+class QLabel;
+class QTimer;
 
 namespace gs {
 
@@ -63,6 +69,8 @@ public:
     void toggleGlow();
     void toggleOrbitTraps();
     void toggle3DRelief();
+    void toggleAnimateColors();
+    void toggleAutoAction();
     void zoomIntoRect(const RectF& pixels);  // a box in picture pixels, as the view reports it
     void zoomBackAction();
     void zoomForwardAction();
@@ -72,6 +80,35 @@ public:
     void showHelp();
     // Sets the bounds directly, outside the history (bookmarks, share links), and renders.
     void setViewport(const Viewport& view);
+
+    // --- Palette animation ---
+    // One step of the animation timer: moves the palette by the time since the last tick.
+    void animationTick();
+    // The clock of the animation ticks, in seconds; tests replace it.
+    std::function<double()> animationNow;
+    bool animateColorsEnabled() const { return animateColorsEnabled_; }
+    bool animationTimerRunning() const;
+    double animationSpeed() const { return animationSpeed_; }
+    void setAnimationSpeed(double cyclesPerSecond) { animationSpeed_ = cyclesPerSecond; }
+
+    // --- Auto-explore ---
+    bool autoEnabled() const { return autoEnabled_; }
+    bool autoStepScheduled() const;
+    // One auto-explore step: zooms towards a boundary point of the last picture (the timer's
+    // action; public for tests).
+    void autoStep();
+    // Milliseconds from the end of a render to the next step; tests shorten it.
+    std::function<int(bool chromeHidden)> autoStepIntervalMs;
+
+    // --- Full screen ---
+    // F11: the picture alone on the whole screen with a small overlay of controls, or back.
+    void toggleFullScreen();
+    void handleHideChromeTagTap();   // leaves full screen (Escape)
+    void handleFullScreenSwapTap();  // in full screen, swaps the Julia view into the big place
+    bool isChromeHidden() const { return chromeHidden_; }
+    bool isShowingJuliaFullscreen() const { return juliaFullscreen_; }
+    // The snapshot fading out over a new auto-explore picture in full screen, if any.
+    QWidget* autoDissolveOverlay() const { return autoDissolveOverlay_; }
 
     // --- Render pipeline ---
     void render();
@@ -155,6 +192,26 @@ private:
     void frequencyShiftBegan();
     void frequencyShiftChanged(double dx, double dy);
 
+    // Palette animation (mac_view_controller_animation.cpp).
+    void startAnimationTimer();
+    void stopAnimationTimer();
+
+    // Auto-explore (mac_view_controller_auto.cpp).
+    void scheduleAutoStep();
+    void stopAutoExplore();  // a gesture or Reset All ends the flight
+
+    // Full screen (mac_view_controller_fullscreen.cpp).
+    QWidget* buildFullScreenChrome();
+    void twin(BracketToggleControl* windowed, void (MacViewController::*command)());
+    void placeFullScreenChrome();
+    void enterFullScreen();
+    void exitFullScreen();
+    void swapJuliaIntoPicture();
+    void swapJuliaBack();
+    void prepareDissolve();
+    void fadeOutDissolve();
+    void removeDissolve();
+
     // History (mac_view_controller_history.cpp).
     void applyHistoryMove(const HistoryMove& move);
 
@@ -175,6 +232,18 @@ private:
     double paletteShiftBaseCycleOffset_ = 0.0;
     double frequencyShiftBaseFrequency_ = 2.0;
     double reliefLightShiftBaseX_ = -0.5, reliefLightShiftBaseY_ = -0.5;
+
+    // --- Palette animation, auto-explore and full screen ---
+    bool animateColorsEnabled_ = false;
+    double animationSpeed_ = kDefaultAnimationSpeed;
+    QTimer* animationTimer_ = nullptr;
+    AnimationClock animationClock_;
+    bool autoEnabled_ = false;
+    QTimer* autoTimer_ = nullptr;
+    bool chromeHidden_ = false;
+    bool juliaFullscreen_ = false;
+    double windowedAspect_ = 0.0;
+    QPointer<QWidget> autoDissolveOverlay_;
 
     // --- Render state ---
     std::int64_t renderGeneration_ = 0;
@@ -199,12 +268,21 @@ private:
     BracketToggleControl* glowToggle_ = nullptr;
     BracketToggleControl* trapsToggle_ = nullptr;
     BracketToggleControl* reliefToggle_ = nullptr;
+    BracketToggleControl* animateToggle_ = nullptr;
+    BracketToggleControl* autoToggle_ = nullptr;
     BracketActionControl* newPaletteControl_ = nullptr;
     BracketActionControl* resetViewControl_ = nullptr;
     BracketActionControl* resetAllControl_ = nullptr;
     BracketActionControl* helpControl_ = nullptr;
     ZoomHistoryControl* zoomBackControl_ = nullptr;
     ZoomHistoryControl* zoomForwardControl_ = nullptr;
+    QWidget* sidebar_ = nullptr;
+    QWidget* statusBar_ = nullptr;
+    QWidget* fullScreenChrome_ = nullptr;
+    QLabel* fullScreenStatus_ = nullptr;
+    QAction* exitFullScreenAction_ = nullptr;
+    // Each windowed toggle with its full-screen copy, which always shows the same state.
+    std::vector<std::pair<BracketToggleControl*, BracketToggleControl*>> toggleTwins_;
     HUDStatView* hudZoomStat_ = nullptr;
     HUDStatView* hudIterStat_ = nullptr;
     HUDStatView* hudCenterStat_ = nullptr;

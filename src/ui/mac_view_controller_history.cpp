@@ -55,6 +55,10 @@ void MacViewController::resetAllAction() {
 // Everything back to its start, except that the palette becomes a random one; the history is
 // emptied without a way back.
 void MacViewController::resetAll() {
+    stopAutoExplore();
+    animateColorsEnabled_ = false;
+    stopAnimationTimer();
+    animationSpeed_ = kDefaultAnimationSpeed;
     history_.resetAll();
     currentBookmarkName_.reset();
     fractalView_->clearSelection();

@@ -58,13 +58,14 @@ void MacViewController::buildInterface() {
     top->setContentsMargins(0, 0, 0, 0);
     top->setSpacing(0);
     top->addWidget(pictureFrame_, 1);
-    top->addWidget(buildSidebar());
+    top->addWidget(sidebar_ = buildSidebar());
 
     auto* root = new QVBoxLayout(this);
     root->setContentsMargins(0, 0, 0, 0);
     root->setSpacing(0);
     root->addLayout(top, 1);
-    root->addWidget(buildStatusBar());
+    root->addWidget(statusBar_ = buildStatusBar());
+    fullScreenChrome_ = buildFullScreenChrome();
 
     connectControls();
     buildShortcuts();
@@ -91,12 +92,14 @@ QWidget* MacViewController::buildSidebar() {
     column->addWidget(sectionTitle(tr("Palette"), sidebar));
     add(smoothToggle_ = new BracketToggleControl(tr("Smooth"), sidebar));
     add(randomToggle_ = new BracketToggleControl(tr("Random"), sidebar));
+    add(animateToggle_ = new BracketToggleControl(tr("Animate"), sidebar));
     add(newPaletteControl_ = new BracketActionControl(tr("New Palette"), sidebar));
     column->addWidget(sectionTitle(tr("Shading"), sidebar));
     add(demToggle_ = new BracketToggleControl(tr("Distance Estimation"), sidebar));
     add(glowToggle_ = new BracketToggleControl(tr("Glow"), sidebar));
     add(trapsToggle_ = new BracketToggleControl(tr("Traps"), sidebar));
     add(reliefToggle_ = new BracketToggleControl(tr("Relief"), sidebar));
+    add(autoToggle_ = new BracketToggleControl(tr("Auto"), sidebar));
     column->addWidget(sectionTitle(tr("View"), sidebar));
     add(resetViewControl_ = new BracketActionControl(tr("Reset View"), sidebar));
     add(resetAllControl_ = new BracketActionControl(tr("Reset All"), sidebar));
@@ -147,6 +150,8 @@ void MacViewController::connectControls() {
     on(glowToggle_, &MacViewController::toggleGlow);
     on(trapsToggle_, &MacViewController::toggleOrbitTraps);
     on(reliefToggle_, &MacViewController::toggle3DRelief);
+    on(animateToggle_, &MacViewController::toggleAnimateColors);
+    on(autoToggle_, &MacViewController::toggleAutoAction);
     on(resetViewControl_, &MacViewController::resetViewAction);
     on(resetAllControl_, &MacViewController::resetAllAction);
     on(helpControl_, &MacViewController::showHelp);
@@ -173,11 +178,18 @@ void MacViewController::buildShortcuts() {
     addShortcut(tr("Glow"), QKeySequence(Qt::CTRL | Qt::Key_G), &MacViewController::toggleGlow);
     addShortcut(tr("Orbit Traps"), QKeySequence(Qt::CTRL | Qt::Key_T), &MacViewController::toggleOrbitTraps);
     addShortcut(tr("3D Relief"), QKeySequence(Qt::CTRL | Qt::Key_E), &MacViewController::toggle3DRelief);
+    addShortcut(tr("Animate Colors"), QKeySequence(Qt::CTRL | Qt::Key_Y), &MacViewController::toggleAnimateColors);
+    addShortcut(tr("Auto Explore"), QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_A),
+                &MacViewController::toggleAutoAction);
     addShortcut(tr("Zoom Backward"), QKeySequence(Qt::CTRL | Qt::Key_Left), &MacViewController::zoomBackAction)
         ->setShortcuts({QKeySequence(Qt::CTRL | Qt::Key_Left), QKeySequence(Qt::ALT | Qt::Key_Left)});
     addShortcut(tr("Zoom Forward"), QKeySequence(Qt::CTRL | Qt::Key_Right), &MacViewController::zoomForwardAction)
         ->setShortcuts({QKeySequence(Qt::CTRL | Qt::Key_Right), QKeySequence(Qt::ALT | Qt::Key_Right)});
     addShortcut(tr("Help"), QKeySequence(Qt::Key_F1), &MacViewController::showHelp);
+    addShortcut(tr("Full Screen"), QKeySequence(Qt::Key_F11), &MacViewController::toggleFullScreen);
+    exitFullScreenAction_ = addShortcut(tr("Exit Full Screen"), QKeySequence(Qt::Key_Escape),
+                                        &MacViewController::handleHideChromeTagTap);
+    exitFullScreenAction_->setEnabled(false);  // offered only in full screen
 }
 
 void MacViewController::refreshControls() {
@@ -187,6 +199,9 @@ void MacViewController::refreshControls() {
     glowToggle_->setChecked(glowEnabled_);
     trapsToggle_->setChecked(trapsEnabled_);
     reliefToggle_->setChecked(reliefEnabled_);
+    animateToggle_->setChecked(animateColorsEnabled_);
+    autoToggle_->setChecked(autoEnabled_);
+    for (const auto& [windowed, copy] : toggleTwins_) copy->setChecked(windowed->isChecked());
     refreshHistoryControls();
 }
 

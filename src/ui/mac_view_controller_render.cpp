@@ -3,6 +3,7 @@
 #include <oneapi/tbb/blocked_range.h>
 #include <oneapi/tbb/parallel_for.h>
 
+#include <QLabel>
 #include <QMetaObject>
 #include <cstdio>
 
@@ -96,6 +97,7 @@ void MacViewController::finishRender() {
     if (r.relief) reliefPass(view->frame(), r.maxIter, r.light, r.colour.tuning);
     view->presentImage();
     if (view->onImageUpdated) view->onImageUpdated(view->makeImage());
+    fadeOutDissolve();
     isRendering_ = false;
     if (recolorAfterRender_) {
         recolorAfterRender_ = false;
@@ -104,6 +106,7 @@ void MacViewController::finishRender() {
     const std::chrono::duration<double> took = std::chrono::steady_clock::now() - active_.start;
     updateStatus(took.count());
     updateJulia();
+    if (autoEnabled_ && !juliaFullscreen_) scheduleAutoStep();  // the interval runs from the end of the render
     if (trace_) traceCompletedPicture();
 }
 
@@ -113,6 +116,7 @@ void MacViewController::updateStatus(double seconds) {
     hudIterStat_->setValue(QString::fromStdString(iterationsText(lastMaxIteration_)));
     hudCenterStat_->setValue(QString::fromStdString(centerText(v)));
     hudRenderStat_->setValue(QString::fromStdString(renderTimeText(seconds)));
+    fullScreenStatus_->setText(statusTexts().join(QStringLiteral("   ")));
 }
 
 // The end-to-end test reads this line: the status texts and where the picture is on screen.

@@ -33,6 +33,15 @@ constexpr double kKeyBoxStartFraction = 0.5;  // the box that + shows first
 bool MandelbrotView::event(QEvent* event) {
     if (event->type() == QEvent::NativeGesture)
         return nativeGesture(static_cast<QNativeGestureEvent*>(event));
+    // Esc dismisses a shown box before any window command bound to it (leaving full screen).
+    if (event->type() == QEvent::ShortcutOverride) {
+        const auto* key = static_cast<QKeyEvent*>(event);
+        if (key->key() == Qt::Key_Escape && key->modifiers() == Qt::NoModifier &&
+            selection_.hasSelection()) {
+            event->accept();
+            return true;
+        }
+    }
     return QWidget::event(event);
 }
 

@@ -18,6 +18,13 @@ void PictureFrame::setAspect(double aspect) {
     place();
 }
 
+void PictureFrame::setPicture(QWidget* picture) {
+    picture_ = picture;
+    picture_->setParent(this);
+    picture_->show();
+    place();
+}
+
 QRect PictureFrame::fitted(const QRect& area, double aspect) {
     if (aspect <= 0 || area.isEmpty()) return area;
     int w = area.width();

@@ -12,6 +12,8 @@ class PictureFrame : public QWidget {
 public:
     PictureFrame(QWidget* picture, double aspect, QWidget* parent = nullptr);
     void setAspect(double aspect);
+    // Places another widget (made a child of the frame) instead; the old one stays a child.
+    void setPicture(QWidget* picture);
     double aspect() const { return aspect_; }
     // The largest rectangle of the aspect that fits `area`, centred in it.
     static QRect fitted(const QRect& area, double aspect);

@@ -1,0 +1,188 @@
+// Full screen: the picture fills the screen under a small overlay with copies of the toggles,
+// the status line and a swap tag that shows the Julia view in the big place; auto-explore
+// pictures cross-fade there.
+#include <QGraphicsOpacityEffect>
+#include <QHBoxLayout>
+#include <QLabel>
+#include <QPropertyAnimation>
+#include <QVBoxLayout>
+
+#include "explore/auto_explore.h"
+#include "ui/bracket_controls.h"
+#include "ui/julia_view.h"
+#include "ui/mac_view_controller.h"
+#include "ui/mandelbrot_view.h"
+#include "ui/picture_frame.h"
+
+namespace gs {
+
+namespace {
+constexpr int kChromeMargin = 12;
+constexpr int kJuliaSide = 176;  // the Julia view's size in the sidebar
+}  // namespace
+
+QWidget* MacViewController::buildFullScreenChrome() {
+    auto* chrome = new QWidget(this);
+    chrome->setObjectName(QStringLiteral("fullScreenChrome"));
+    chrome->setAutoFillBackground(true);
+    QPalette p = chrome->palette();
+    p.setColor(QPalette::Window, QColor(0, 0, 0, 170));
+    chrome->setPalette(p);
+    auto* column = new QVBoxLayout(chrome);
+    column->setContentsMargins(10, 8, 10, 8);
+    column->setSpacing(2);
+    auto* toggles = new QHBoxLayout;
+    column->addLayout(toggles);
+    twin(smoothToggle_, &MacViewController::useSmoothColors);
+    twin(randomToggle_, &MacViewController::useRandomColors);
+    twin(animateToggle_, &MacViewController::toggleAnimateColors);
+    twin(demToggle_, &MacViewController::toggleDistanceEstimation);
+    twin(glowToggle_, &MacViewController::toggleGlow);
+    twin(trapsToggle_, &MacViewController::toggleOrbitTraps);
+    twin(reliefToggle_, &MacViewController::toggle3DRelief);
+    twin(autoToggle_, &MacViewController::toggleAutoAction);
+    for (const auto& pair : toggleTwins_) {
+        pair.second->setParent(chrome);
+        toggles->addWidget(pair.second);
+    }
+    auto* swap = new BracketActionControl(tr("Julia"), chrome);
+    swap->setObjectName(QStringLiteral("fullScreenSwapTag"));
+    swap->setToolTip(tr("Show the Julia set in the big place, or the Mandelbrot set again"));
+    connect(swap, &QAbstractButton::clicked, this, &MacViewController::handleFullScreenSwapTap);
+    auto* exit = new BracketActionControl(tr("Exit Full Screen"), chrome);
+    connect(exit, &QAbstractButton::clicked, this, &MacViewController::handleHideChromeTagTap);
+    toggles->addWidget(swap);
+    toggles->addWidget(exit);
+    fullScreenStatus_ = new QLabel(chrome);
+    p = fullScreenStatus_->palette();
+    p.setColor(QPalette::WindowText, Qt::white);
+    fullScreenStatus_->setPalette(p);
+    column->addWidget(fullScreenStatus_);
+    chrome->hide();
+    return chrome;
+}
+
+// The copy carries the windowed toggle's label and command; refreshControls keeps its state.
+void MacViewController::twin(BracketToggleControl* windowed, void (MacViewController::*command)()) {
+    auto* copy = new BracketToggleControl(windowed->text());
+    copy->setObjectName(QStringLiteral("fullScreen ") + windowed->text());
+    connect(copy, &QAbstractButton::clicked, this, command);
+    toggleTwins_.emplace_back(windowed, copy);
+}
+
+void MacViewController::placeFullScreenChrome() {
+    fullScreenChrome_->adjustSize();
+    fullScreenChrome_->move(kChromeMargin, kChromeMargin);
+    fullScreenChrome_->raise();
+}
+
+void MacViewController::toggleFullScreen() {
+    if (chromeHidden_)
+        exitFullScreen();
+    else
+        enterFullScreen();
+}
+
+void MacViewController::handleHideChromeTagTap() {
+    if (chromeHidden_) exitFullScreen();
+}
+
+void MacViewController::enterFullScreen() {
+    chromeHidden_ = true;
+    windowedAspect_ = pictureFrame_->aspect();
+    sidebar_->hide();
+    statusBar_->hide();
+    pictureFrame_->setAspect(0);  // the picture fills the screen
+    refreshControls();
+    fullScreenChrome_->show();
+    placeFullScreenChrome();
+    exitFullScreenAction_->setEnabled(true);
+    showFullScreen();
+}
+
+void MacViewController::exitFullScreen() {
+    chromeHidden_ = false;  // first, so a resumed flight waits the windowed interval
+    if (juliaFullscreen_) swapJuliaBack();
+    removeDissolve();
+    fullScreenChrome_->hide();
+    exitFullScreenAction_->setEnabled(false);
+    pictureFrame_->setAspect(windowedAspect_);
+    sidebar_->show();
+    statusBar_->show();
+    showNormal();
+}
+
+// The flight pauses while the Julia view is in the big place and resumes when it leaves.
+void MacViewController::handleFullScreenSwapTap() {
+    if (!chromeHidden_) return;
+    if (juliaFullscreen_)
+        swapJuliaBack();
+    else
+        swapJuliaIntoPicture();
+}
+
+void MacViewController::swapJuliaIntoPicture() {
+    juliaFullscreen_ = true;
+    if (autoTimer_) autoTimer_->stop();
+    removeDissolve();
+    juliaView_->setMinimumSize(1, 1);
+    juliaView_->setMaximumSize(QWIDGETSIZE_MAX, QWIDGETSIZE_MAX);
+    fractalView_->hide();
+    pictureFrame_->setPicture(juliaView_);
+    placeFullScreenChrome();
+}
+
+void MacViewController::swapJuliaBack() {
+    juliaFullscreen_ = false;
+    juliaView_->setFixedSize(kJuliaSide, kJuliaSide);
+    if (auto* column = qobject_cast<QVBoxLayout*>(sidebar_->layout())) {
+        juliaView_->setParent(sidebar_);
+        column->insertWidget(0, juliaView_);
+        juliaView_->show();
+    }
+    pictureFrame_->setPicture(fractalView_);
+    placeFullScreenChrome();
+    if (autoEnabled_) scheduleAutoStep();
+}
+
+// --- Dissolve between auto-explore pictures -------------------------------------------------
+
+// In full screen the picture about to be replaced stays on top until the next one is complete.
+void MacViewController::prepareDissolve() {
+    removeDissolve();
+    if (!chromeHidden_) return;
+    const QImage picture = fractalView_->makeImage();
+    if (picture.isNull()) return;
+    auto* overlay = new QLabel(fractalView_);
+    overlay->setPixmap(QPixmap::fromImage(picture));
+    overlay->setScaledContents(true);
+    overlay->setAttribute(Qt::WA_TransparentForMouseEvents);
+    overlay->setGeometry(fractalView_->rect());
+    overlay->setGraphicsEffect(new QGraphicsOpacityEffect(overlay));
+    overlay->show();
+    autoDissolveOverlay_ = overlay;
+}
+
+void MacViewController::fadeOutDissolve() {
+    QWidget* overlay = autoDissolveOverlay_;
+    if (!overlay || overlay->findChild<QPropertyAnimation*>()) return;
+    auto* fade = new QPropertyAnimation(overlay->graphicsEffect(), "opacity", overlay);
+    fade->setDuration(static_cast<int>(kAutoDissolveSeconds * 1000.0));
+    fade->setStartValue(1.0);
+    fade->setEndValue(0.0);
+    connect(fade, &QPropertyAnimation::finished, overlay, [this, overlay] {
+        if (autoDissolveOverlay_ == overlay) autoDissolveOverlay_.clear();
+        overlay->deleteLater();
+    });
+    fade->start();
+}
+
+void MacViewController::removeDissolve() {
+    if (!autoDissolveOverlay_) return;
+    QWidget* overlay = autoDissolveOverlay_;
+    autoDissolveOverlay_.clear();
+    if (auto* fade = overlay->findChild<QPropertyAnimation*>()) fade->stop();
+    delete overlay;
+}
+
+}  // namespace gs

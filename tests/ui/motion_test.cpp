@@ -1,0 +1,221 @@
+// Palette animation and auto-explore through the real window: the tick's time base, the flight's
+// steps and everything that ends the flight.
+#include <gtest/gtest.h>
+
+#include "explore/auto_explore.h"
+#include "ui/bracket_controls.h"
+#include "ui_test_support.h"
+
+namespace gs {
+namespace {
+
+using test::Explorer;
+
+// A square well inside the main cardioid: no pixel of it escapes.
+constexpr Viewport kInteriorView{-0.15, -0.05, -0.05, 0.05};
+
+TEST(PaletteAnimation, TicksAdvanceBySpeedTimesTimeButNotDuringARender) {
+    Explorer e;
+    ASSERT_TRUE(e.settle());
+    double now = 100.0;
+    e.c().animationNow = [&now] { return now; };
+    e.c().toggleAnimateColors();
+    EXPECT_TRUE(e.c().animateColorsEnabled());
+    EXPECT_TRUE(e.c().animationTimerRunning());
+
+    e.c().animationTick();  // sets the time mark only
+    const double start = e.c().cycleOffset();
+    now += kAnimationTickInterval;
+    e.c().animationTick();
+    EXPECT_NEAR(e.c().cycleOffset(), wrapCycle(start + 0.004), 1e-12);
+
+    e.c().render();
+    now += kAnimationTickInterval;
+    e.c().animationTick();  // the mark moves, the palette does not
+    EXPECT_NEAR(e.c().cycleOffset(), wrapCycle(start + 0.004), 1e-12);
+    ASSERT_TRUE(e.settle());
+    now += kAnimationTickInterval;
+    e.c().animationTick();
+    EXPECT_NEAR(e.c().cycleOffset(), wrapCycle(start + 0.008), 1e-12);
+
+    e.c().toggleAnimateColors();
+    EXPECT_FALSE(e.c().animationTimerRunning());
+}
+
+TEST(PaletteAnimation, ResetAllStopsItAndRestoresTheSpeed) {
+    Explorer e;
+    ASSERT_TRUE(e.settle());
+    e.c().setAnimationSpeed(0.5);
+    e.c().toggleAnimateColors();
+    e.c().resetAll();
+    EXPECT_FALSE(e.c().animateColorsEnabled());
+    EXPECT_FALSE(e.c().animationTimerRunning());
+    EXPECT_EQ(e.c().animationSpeed(), kDefaultAnimationSpeed);
+}
+
+// The interval is long, so only the steps the test asks for happen.
+struct Flight : Explorer {
+    std::optional<bool> askedForFullScreenInterval;
+    Flight() {
+        c().autoStepIntervalMs = [this](bool chromeHidden) {
+            askedForFullScreenInterval = chromeHidden;
+            return 60000;
+        };
+    }
+};
+
+TEST(AutoExplore, EveryGestureOnThePictureAndResetAllEndTheFlight) {
+    Flight f;
+    ASSERT_TRUE(f.settle());
+    const std::vector<std::pair<const char*, std::function<void()>>> enders = {
+        {"zoom", [&] { f.view().onZoomRequested(RectF{10, 10, 40, 30}); }},
+        {"back", [&] { f.view().onZoomHistoryBackRequested(); }},
+        {"forward", [&] { f.view().onZoomHistoryForwardRequested(); }},
+        {"double click", [&] { f.view().onColorCycleRequested(); }},
+        {"selection", [&] { f.view().onSelectionChanged(std::nullopt); }},
+        {"reset all", [&] { f.c().resetAll(); }},
+    };
+    for (const auto& [name, end] : enders) {
+        SCOPED_TRACE(name);
+        f.c().toggleAutoAction();
+        ASSERT_TRUE(f.c().autoEnabled());
+        EXPECT_TRUE(f.c().autoStepScheduled());
+        end();
+        EXPECT_FALSE(f.c().autoEnabled());
+        EXPECT_FALSE(f.c().autoStepScheduled());
+        ASSERT_TRUE(f.settle());
+    }
+}
+
+TEST(AutoExplore, SwitchingOnRemovesTheSelectionAndStaysOn) {
+    Flight f;
+    ASSERT_TRUE(f.settle());
+    f.view().restoreSelection(SelectionBox{0.2, 0.2, 0.3});
+    ASSERT_TRUE(f.view().shownSelectionRect());
+    f.c().toggleAutoAction();
+    EXPECT_FALSE(f.view().shownSelectionRect());
+    EXPECT_TRUE(f.c().autoEnabled());
+}
+
+TEST(AutoExplore, APictureWithoutEscapedPixelsKeepsItWaiting) {
+    Flight f;
+    f.c().setViewport(kInteriorView);
+    ASSERT_TRUE(f.settle());
+    f.c().toggleAutoAction();
+    f.c().autoStep();
+    EXPECT_EQ(f.c().viewport(), kInteriorView);
+    EXPECT_TRUE(f.c().history().backStack().empty());
+    EXPECT_FALSE(f.c().isRendering());
+    EXPECT_TRUE(f.c().autoStepScheduled());
+}
+
+TEST(AutoExplore, AStepZoomsInPushesTheViewAndWaitsForTheRenderToEnd) {
+    Flight f;
+    ASSERT_TRUE(f.settle());
+    const Viewport home = f.c().viewport();
+    f.c().toggleAutoAction();
+    f.c().autoStep();
+
+    ASSERT_EQ(f.c().history().backStack().size(), 1u);
+    const ZoomBounds& pushed = f.c().history().backStack().back();
+    EXPECT_EQ(pushed.xmin, home.xmin);
+    EXPECT_EQ(pushed.ymax, home.ymax);
+    EXPECT_FALSE(pushed.selection);
+    EXPECT_TRUE(f.c().history().forwardStack().empty());
+    const double factor = (home.xmax - home.xmin) / (f.c().viewport().xmax - f.c().viewport().xmin);
+    EXPECT_GE(factor, kAutoMinStepFactor - 1e-9);
+    EXPECT_LE(factor, kAutoMaxStepFactor + 1e-9);
+
+    // The next step is armed by the render's completion, not by the step.
+    EXPECT_TRUE(f.c().isRendering());
+    EXPECT_FALSE(f.c().autoStepScheduled());
+    ASSERT_TRUE(f.settle());
+    EXPECT_TRUE(f.c().autoStepScheduled());
+    EXPECT_TRUE(f.c().autoEnabled());
+}
+
+TEST(FullScreen, EveryCopyOfAToggleShowsTheStateOfItsTwin) {
+    Flight f;
+    ASSERT_TRUE(f.settle());
+    f.c().toggleFullScreen();
+    ASSERT_TRUE(f.c().isChromeHidden());
+    std::vector<std::pair<BracketToggleControl*, BracketToggleControl*>> pairs;
+    for (auto* copy : f.c().findChildren<BracketToggleControl*>())
+        if (copy->objectName().startsWith(QStringLiteral("fullScreen ")))
+            for (auto* windowed : f.c().findChildren<BracketToggleControl*>())
+                if (windowed != copy && windowed->text() == copy->text())
+                    pairs.emplace_back(windowed, copy);
+    ASSERT_EQ(pairs.size(), 8u);
+    auto allAgree = [&] {
+        for (const auto& [windowed, copy] : pairs)
+            if (windowed->isChecked() != copy->isChecked()) return false;
+        return true;
+    };
+    EXPECT_TRUE(allAgree());
+    for (const auto& [windowed, copy] : pairs) {
+        SCOPED_TRACE(copy->text().toStdString());
+        const bool before = windowed->isChecked();
+        copy->click();
+        EXPECT_TRUE(allAgree());
+        if (copy->text() != QStringLiteral("Smooth") && copy->text() != QStringLiteral("Random")) {
+            EXPECT_NE(windowed->isChecked(), before);
+        }
+        ASSERT_TRUE(f.settle());
+    }
+
+    // Esc first dismisses a shown box, then leaves full screen.
+    f.view().restoreSelection(SelectionBox{0.2, 0.2, 0.3});
+    f.view().setFocus();
+    QTest::keyClick(&f.view(), Qt::Key_Escape);
+    EXPECT_FALSE(f.view().shownSelectionRect());
+    EXPECT_TRUE(f.c().isChromeHidden());
+    QTest::keyClick(&f.view(), Qt::Key_Escape);
+    EXPECT_FALSE(f.c().isChromeHidden());
+}
+
+TEST(FullScreen, TheJuliaSwapPausesTheFlightAndSwappingBackResumesIt) {
+    Flight f;
+    ASSERT_TRUE(f.settle());
+    f.c().toggleFullScreen();
+    ASSERT_TRUE(f.settle());
+    f.c().toggleAutoAction();
+    EXPECT_EQ(f.askedForFullScreenInterval, true);
+
+    f.c().handleFullScreenSwapTap();
+    ASSERT_TRUE(f.c().isShowingJuliaFullscreen());
+    EXPECT_FALSE(f.c().autoStepScheduled());
+    const Viewport before = f.c().viewport();
+    f.c().autoStep();  // paused: neither moves nor reschedules
+    EXPECT_EQ(f.c().viewport(), before);
+    EXPECT_FALSE(f.c().autoStepScheduled());
+    EXPECT_TRUE(f.c().autoEnabled());
+
+    f.c().handleFullScreenSwapTap();
+    EXPECT_FALSE(f.c().isShowingJuliaFullscreen());
+    EXPECT_TRUE(f.c().autoStepScheduled());
+
+    // Leaving full screen with the Julia view in the big place also brings the flight back.
+    f.c().handleFullScreenSwapTap();
+    f.c().handleHideChromeTagTap();
+    EXPECT_FALSE(f.c().isShowingJuliaFullscreen());
+    EXPECT_TRUE(f.c().autoStepScheduled());
+}
+
+TEST(FullScreen, AutoExplorePicturesCrossFadeOnlyInFullScreen) {
+    Flight f;
+    ASSERT_TRUE(f.settle());
+    f.c().toggleAutoAction();
+    f.c().autoStep();
+    EXPECT_FALSE(f.c().autoDissolveOverlay());
+    ASSERT_TRUE(f.settle());
+
+    f.c().toggleFullScreen();
+    ASSERT_TRUE(f.settle());
+    f.c().autoStep();
+    ASSERT_TRUE(f.c().autoDissolveOverlay());
+    ASSERT_TRUE(f.settle());
+    EXPECT_TRUE(test::waitFor([&] { return !f.c().autoDissolveOverlay(); }, 4000));
+}
+
+}  // namespace
+}  // namespace gs
