@@ -1,0 +1,58 @@
+# Shared set-up of the end-to-end scripts: a virtual X display, the real program started with its
+# trace on, and helpers to wait for pictures and read screen pixels. Sourced, not run.
+# Expects $program; defines $work, $app_pid, fail, wait_for_picture, field, pixel, shoot.
+
+command -v Xvfb >/dev/null || { echo "SKIP: Xvfb is not installed"; exit 77; }
+for tool in xdotool import convert; do
+    command -v "$tool" >/dev/null || { echo "FAIL: $tool is not installed"; exit 1; }
+done
+
+work=$(mktemp -d)
+xvfb_pid= app_pid=
+cleanup() {
+    [ -n "$app_pid" ] && kill "$app_pid" 2>/dev/null
+    [ -n "$xvfb_pid" ] && kill "$xvfb_pid" 2>/dev/null
+    wait 2>/dev/null
+    rm -rf "$work"
+}
+trap cleanup EXIT
+fail() { echo "FAIL: $*"; echo "--- program output"; cat "$work/out" "$work/err" 2>/dev/null; exit 1; }
+
+# A free display number from 99 up.
+display=
+for n in $(seq 99 160); do
+    if [ ! -e "/tmp/.X$n-lock" ] && [ ! -e "/tmp/.X11-unix/X$n" ]; then display=:$n; break; fi
+done
+[ -n "$display" ] || fail "no free display number"
+Xvfb "$display" -screen 0 1280x900x24 -nolisten tcp >"$work/xvfb.log" 2>&1 &
+xvfb_pid=$!
+export DISPLAY=$display
+for _ in $(seq 100); do xdotool getdisplaygeometry >/dev/null 2>&1 && break; sleep 0.1; done
+xdotool getdisplaygeometry >/dev/null 2>&1 || fail "Xvfb did not start on $display"
+
+export HOME=$work XDG_CONFIG_HOME=$work/config XDG_DATA_HOME=$work/data
+export XDG_RUNTIME_DIR=$work/run && mkdir -m 700 "$XDG_RUNTIME_DIR"
+GLIMMERSCAPE_TRACE=1 "$program" >"$work/out" 2>"$work/err" &
+app_pid=$!
+
+# Waits until the program has printed `count` complete pictures; prints the last such line.
+wait_for_picture() {
+    local count=$1
+    for _ in $(seq 300); do
+        if [ "$(grep -c '^picture complete' "$work/out")" -ge "$count" ]; then
+            grep '^picture complete' "$work/out" | sed -n "${count}p"
+            return 0
+        fi
+        kill -0 "$app_pid" 2>/dev/null || return 1
+        sleep 0.1
+    done
+    return 1
+}
+field() { sed -n "s/.* $1=\([^ ]*\).*/\1/p" <<<"$2"; }
+# "r g b" of one screen pixel (x, y, optional screenshot file, default shot.png).
+pixel() {
+    convert "$work/${3:-shot.png}" -format "%[fx:int(255*p{$1,$2}.r+0.5)] %[fx:int(255*p{$1,$2}.g+0.5)] %[fx:int(255*p{$1,$2}.b+0.5)]" info:
+}
+
+# Takes a screenshot of the whole virtual screen into $work/$1.
+shoot() { import -window root "$work/$1" 2>/dev/null; }
