@@ -1,0 +1,185 @@
+// Whether the palette animation keeps its 30 ticks a second on a large picture with traps, glow
+// and distance edges on: the real window offscreen, the picture buffer at 1920 x 1080 and then
+// 3840 x 2160, the animation left running for 5 s. Prints per size the ticks that arrived
+// against the 150 expected, the fraction of late ticks (more than 1.5 tick intervals after the
+// one before, a missed frame) and the time of the recolour each tick asks for, median and 95th
+// percentile. The recolour is timed from the moment its queued call reaches the controller to
+// the Julia companion's new picture (the last step of a recolour); "picture" is the part up to
+// the main picture's new image. Runs on the offscreen platform unless QT_QPA_PLATFORM says
+// otherwise.
+#include <QApplication>
+#include <QElapsedTimer>
+#include <QEvent>
+#include <QEventLoop>
+#include <QTimer>
+#include <algorithm>
+#include <chrono>
+#include <cstdio>
+#include <functional>
+#include <optional>
+#include <vector>
+
+#include "explore/palette_motion.h"
+#include "ui/julia_view.h"
+#include "ui/mac_view_controller.h"
+#include "ui/mandelbrot_view.h"
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+constexpr int kRunMs = 5000;
+constexpr double kLateFactor = 1.5;  // an interval this many ticks long means a missed frame
+
+// A precise timer: a coarse one may end a 5 s run up to 250 ms late, which adds ticks.
+void spin(int ms) {
+    QEventLoop loop;
+    QTimer::singleShot(ms, Qt::PreciseTimer, &loop, &QEventLoop::quit);
+    loop.exec();
+}
+
+bool spinUntil(const std::function<bool()>& done, int timeoutMs = 60000) {
+    QElapsedTimer t;
+    t.start();
+    while (!done()) {
+        if (t.elapsed() > timeoutMs) return false;
+        QCoreApplication::processEvents(QEventLoop::AllEvents, 5);
+    }
+    return true;
+}
+
+double ms(Clock::duration d) { return std::chrono::duration<double, std::milli>(d).count(); }
+
+// Nearest rank; q in (0, 1].
+double percentile(std::vector<double> v, double q) {
+    if (v.empty()) return 0.0;
+    std::sort(v.begin(), v.end());
+    const auto rank = static_cast<std::size_t>(q * static_cast<double>(v.size()) + 0.999999);
+    return v[std::min(v.size(), std::max<std::size_t>(rank, 1)) - 1];
+}
+
+// Sizes the window so that the picture buffer is exactly width x height.
+bool sizePicture(gs::MacViewController& window, int width, int height) {
+    window.setPictureAspect(0);
+    window.resize(width + 400, height + 200);
+    window.show();
+    const auto buffer = [&] {
+        const gs::MandelbrotView* v = window.mandelbrotView();
+        return QSize(v->bufferWidth(), v->bufferHeight());
+    };
+    for (int i = 0; i < 6; ++i) {
+        QCoreApplication::processEvents();
+        const QSize b = buffer();
+        if (b == QSize(width, height)) return true;
+        if (b.isEmpty()) continue;
+        window.resize(window.width() + width - b.width(), window.height() + height - b.height());
+    }
+    return buffer() == QSize(width, height);
+}
+
+bool settle(gs::MacViewController& window) {
+    const bool done = spinUntil([&] { return !window.isRendering() && window.workersIdle(); });
+    spin(300);  // the Julia companion and the last repaint
+    return done && spinUntil([&] { return window.workersIdle() && !window.recolorPending(); });
+}
+
+// Stamps the start of a recolour: the queued call that runs it is a MetaCall event to the
+// controller delivered while a recolour is still pending.
+class RecolourStart : public QObject {
+public:
+    explicit RecolourStart(const gs::MacViewController& window) : window_(window) {}
+    std::optional<Clock::time_point> start;
+    bool eventFilter(QObject*, QEvent* event) override {
+        if (event->type() == QEvent::MetaCall && window_.recolorPending()) start = Clock::now();
+        return false;
+    }
+
+private:
+    const gs::MacViewController& window_;
+};
+
+struct Figures {
+    std::vector<Clock::time_point> ticks;
+    std::vector<double> recolourMs, pictureMs;
+};
+
+bool measure(int width, int height) {
+    gs::MacViewController window;
+    window.presentAlert = [](const QString&) {};
+    if (!sizePicture(window, width, height)) {
+        std::fprintf(stderr, "bench_animation: could not size the picture buffer to %dx%d\n", width, height);
+        return false;
+    }
+    if (!settle(window)) {
+        std::fprintf(stderr, "bench_animation: the first render at %dx%d did not finish\n", width, height);
+        return false;
+    }
+    window.toggleOrbitTraps();
+    window.toggleGlow();
+    window.toggleDistanceEstimation();
+    settle(window);
+
+    Figures f;
+    f.ticks.reserve(400);
+    const Clock::time_point epoch = Clock::now();
+    window.animationNow = [&] {
+        const Clock::time_point now = Clock::now();
+        f.ticks.push_back(now);
+        return std::chrono::duration<double>(now - epoch).count();
+    };
+    RecolourStart start(window);
+    window.installEventFilter(&start);
+    const bool juliaShown = window.juliaView()->bufferWidth() >= 1;
+    const auto finish = [&](std::vector<double>& into) {
+        if (start.start) into.push_back(ms(Clock::now() - *start.start));
+    };
+    window.mandelbrotView()->onImageUpdated = [&](const QImage&) {
+        finish(f.pictureMs);
+        if (!juliaShown) {
+            finish(f.recolourMs);
+            start.start.reset();
+        }
+    };
+    window.juliaView()->onImageUpdated = [&](const QImage&) {
+        finish(f.recolourMs);
+        start.start.reset();
+    };
+
+    const Clock::time_point runStart = Clock::now();
+    window.toggleAnimateColors();
+    spin(kRunMs);
+    window.toggleAnimateColors();
+    const double ranS = std::chrono::duration<double>(Clock::now() - runStart).count();
+
+    window.removeEventFilter(&start);
+    window.mandelbrotView()->onImageUpdated = nullptr;
+    window.juliaView()->onImageUpdated = nullptr;
+    window.animationNow = nullptr;
+
+    const int expected = static_cast<int>(kRunMs / 1000.0 / gs::kAnimationTickInterval + 0.5);
+    int late = 0;
+    for (std::size_t i = 1; i < f.ticks.size(); ++i)
+        if (std::chrono::duration<double>(f.ticks[i] - f.ticks[i - 1]).count() >
+            kLateFactor * gs::kAnimationTickInterval)
+            ++late;
+    const double lateFraction =
+        f.ticks.size() > 1 ? static_cast<double>(late) / static_cast<double>(f.ticks.size() - 1) : 0.0;
+    std::printf("%4dx%-4d  ticks %3zu of %3d (ran %.3f s)   late %5.1f %% (%d)   recolour median %6.1f ms  p95 %6.1f ms"
+                "   (picture median %6.1f  p95 %6.1f; %zu recolours)\n",
+                width, height, f.ticks.size(), expected, ranS, 100.0 * lateFraction, late,
+                percentile(f.recolourMs, 0.5), percentile(f.recolourMs, 0.95), percentile(f.pictureMs, 0.5),
+                percentile(f.pictureMs, 0.95), f.recolourMs.size());
+    std::fflush(stdout);
+    return true;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    if (!qEnvironmentVariableIsSet("QT_QPA_PLATFORM")) qputenv("QT_QPA_PLATFORM", "offscreen");
+    QApplication app(argc, argv);
+    std::printf("palette animation, traps + glow + distance edges, %d s at 1/30 s ticks\n", kRunMs / 1000);
+    bool ok = measure(1920, 1080);
+    ok = measure(3840, 2160) && ok;
+    return ok ? 0 : 1;
+}
