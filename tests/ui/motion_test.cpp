@@ -16,41 +16,24 @@ constexpr Viewport kInteriorView{-0.15, -0.05, -0.05, 0.05};
 
 TEST(PaletteAnimation, TicksAdvanceBySpeedTimesTimeButNotDuringARender) {
     Explorer e;
-    ASSERT_TRUE(e.settle());
     double now = 100.0;
     e.c().animationNow = [&now] { return now; };
     e.c().toggleAnimateColors();
-    EXPECT_TRUE(e.c().animateColorsEnabled());
-    EXPECT_TRUE(e.c().animationTimerRunning());
-
+    EXPECT_TRUE(e.c().animateColorsEnabled() && e.c().animationTimerRunning());
+    auto tick = [&] {
+        now += kAnimationTickInterval;
+        e.c().animationTick();
+        return e.c().cycleOffset();
+    };
     e.c().animationTick();  // sets the time mark only
     const double start = e.c().cycleOffset();
-    now += kAnimationTickInterval;
-    e.c().animationTick();
-    EXPECT_NEAR(e.c().cycleOffset(), wrapCycle(start + 0.004), 1e-12);
-
+    EXPECT_NEAR(tick(), wrapCycle(start + 0.004), 1e-12);
     e.c().render();
-    now += kAnimationTickInterval;
-    e.c().animationTick();  // the mark moves, the palette does not
-    EXPECT_NEAR(e.c().cycleOffset(), wrapCycle(start + 0.004), 1e-12);
+    EXPECT_NEAR(tick(), wrapCycle(start + 0.004), 1e-12);  // the mark moves, the palette does not
     ASSERT_TRUE(e.settle());
-    now += kAnimationTickInterval;
-    e.c().animationTick();
-    EXPECT_NEAR(e.c().cycleOffset(), wrapCycle(start + 0.008), 1e-12);
-
+    EXPECT_NEAR(tick(), wrapCycle(start + 0.008), 1e-12);
     e.c().toggleAnimateColors();
     EXPECT_FALSE(e.c().animationTimerRunning());
-}
-
-TEST(PaletteAnimation, ResetAllStopsItAndRestoresTheSpeed) {
-    Explorer e;
-    ASSERT_TRUE(e.settle());
-    e.c().setAnimationSpeed(0.5);
-    e.c().toggleAnimateColors();
-    e.c().resetAll();
-    EXPECT_FALSE(e.c().animateColorsEnabled());
-    EXPECT_FALSE(e.c().animationTimerRunning());
-    EXPECT_EQ(e.c().animationSpeed(), kDefaultAnimationSpeed);
 }
 
 // The interval is long, so only the steps the test asks for happen.
@@ -66,7 +49,6 @@ struct Flight : Explorer {
 
 TEST(AutoExplore, EveryGestureOnThePictureAndResetAllEndTheFlight) {
     Flight f;
-    ASSERT_TRUE(f.settle());
     const std::vector<std::pair<const char*, std::function<void()>>> enders = {
         {"zoom", [&] { f.view().onZoomRequested(RectF{10, 10, 40, 30}); }},
         {"back", [&] { f.view().onZoomHistoryBackRequested(); }},
@@ -77,7 +59,9 @@ TEST(AutoExplore, EveryGestureOnThePictureAndResetAllEndTheFlight) {
     };
     for (const auto& [name, end] : enders) {
         SCOPED_TRACE(name);
-        f.c().toggleAutoAction();
+        f.view().restoreSelection(SelectionBox{0.2, 0.2, 0.3});
+        f.c().toggleAutoAction();  // switching on removes the box and stays on
+        EXPECT_FALSE(f.view().shownSelectionRect());
         ASSERT_TRUE(f.c().autoEnabled());
         EXPECT_TRUE(f.c().autoStepScheduled());
         end();
@@ -85,16 +69,6 @@ TEST(AutoExplore, EveryGestureOnThePictureAndResetAllEndTheFlight) {
         EXPECT_FALSE(f.c().autoStepScheduled());
         ASSERT_TRUE(f.settle());
     }
-}
-
-TEST(AutoExplore, SwitchingOnRemovesTheSelectionAndStaysOn) {
-    Flight f;
-    ASSERT_TRUE(f.settle());
-    f.view().restoreSelection(SelectionBox{0.2, 0.2, 0.3});
-    ASSERT_TRUE(f.view().shownSelectionRect());
-    f.c().toggleAutoAction();
-    EXPECT_FALSE(f.view().shownSelectionRect());
-    EXPECT_TRUE(f.c().autoEnabled());
 }
 
 TEST(AutoExplore, APictureWithoutEscapedPixelsKeepsItWaiting) {
@@ -111,24 +85,21 @@ TEST(AutoExplore, APictureWithoutEscapedPixelsKeepsItWaiting) {
 
 TEST(AutoExplore, AStepZoomsInPushesTheViewAndWaitsForTheRenderToEnd) {
     Flight f;
-    ASSERT_TRUE(f.settle());
     const Viewport home = f.c().viewport();
     f.c().toggleAutoAction();
     f.c().autoStep();
 
     ASSERT_EQ(f.c().history().backStack().size(), 1u);
-    const ZoomBounds& pushed = f.c().history().backStack().back();
-    EXPECT_EQ(pushed.xmin, home.xmin);
-    EXPECT_EQ(pushed.ymax, home.ymax);
-    EXPECT_FALSE(pushed.selection);
-    EXPECT_TRUE(f.c().history().forwardStack().empty());
-    const double factor = (home.xmax - home.xmin) / (f.c().viewport().xmax - f.c().viewport().xmin);
-    EXPECT_GE(factor, kAutoMinStepFactor - 1e-9);
-    EXPECT_LE(factor, kAutoMaxStepFactor + 1e-9);
+    EXPECT_EQ(f.c().history().backStack().back().view(), home);
+    EXPECT_FALSE(f.c().history().backStack().back().selection);
+    EXPECT_NEAR((home.xmax - home.xmin) / (f.c().viewport().xmax - f.c().viewport().xmin),
+                (kAutoMinStepFactor + kAutoMaxStepFactor) / 2,
+                (kAutoMaxStepFactor - kAutoMinStepFactor) / 2 + 1e-9);
 
     // The next step is armed by the render's completion, not by the step.
     EXPECT_TRUE(f.c().isRendering());
     EXPECT_FALSE(f.c().autoStepScheduled());
+    EXPECT_FALSE(f.c().autoDissolveOverlay());  // windowed: no cross-fade
     ASSERT_TRUE(f.settle());
     EXPECT_TRUE(f.c().autoStepScheduled());
     EXPECT_TRUE(f.c().autoEnabled());
@@ -136,7 +107,6 @@ TEST(AutoExplore, AStepZoomsInPushesTheViewAndWaitsForTheRenderToEnd) {
 
 TEST(FullScreen, EveryCopyOfAToggleShowsTheStateOfItsTwin) {
     Flight f;
-    ASSERT_TRUE(f.settle());
     f.c().toggleFullScreen();
     ASSERT_TRUE(f.c().isChromeHidden());
     std::vector<std::pair<BracketToggleControl*, BracketToggleControl*>> pairs;
@@ -175,11 +145,14 @@ TEST(FullScreen, EveryCopyOfAToggleShowsTheStateOfItsTwin) {
 
 TEST(FullScreen, TheJuliaSwapPausesTheFlightAndSwappingBackResumesIt) {
     Flight f;
-    ASSERT_TRUE(f.settle());
     f.c().toggleFullScreen();
     ASSERT_TRUE(f.settle());
     f.c().toggleAutoAction();
     EXPECT_EQ(f.askedForFullScreenInterval, true);
+    f.c().autoStep();  // in full screen the pictures cross-fade
+    ASSERT_TRUE(f.c().autoDissolveOverlay());
+    ASSERT_TRUE(f.settle());
+    EXPECT_TRUE(test::waitFor([&] { return !f.c().autoDissolveOverlay(); }, 4000));
 
     f.c().handleFullScreenSwapTap();
     ASSERT_TRUE(f.c().isShowingJuliaFullscreen());
@@ -199,22 +172,6 @@ TEST(FullScreen, TheJuliaSwapPausesTheFlightAndSwappingBackResumesIt) {
     f.c().handleHideChromeTagTap();
     EXPECT_FALSE(f.c().isShowingJuliaFullscreen());
     EXPECT_TRUE(f.c().autoStepScheduled());
-}
-
-TEST(FullScreen, AutoExplorePicturesCrossFadeOnlyInFullScreen) {
-    Flight f;
-    ASSERT_TRUE(f.settle());
-    f.c().toggleAutoAction();
-    f.c().autoStep();
-    EXPECT_FALSE(f.c().autoDissolveOverlay());
-    ASSERT_TRUE(f.settle());
-
-    f.c().toggleFullScreen();
-    ASSERT_TRUE(f.settle());
-    f.c().autoStep();
-    ASSERT_TRUE(f.c().autoDissolveOverlay());
-    ASSERT_TRUE(f.settle());
-    EXPECT_TRUE(test::waitFor([&] { return !f.c().autoDissolveOverlay(); }, 4000));
 }
 
 }  // namespace

@@ -1,6 +1,8 @@
 // Helpers of the window tests: synthetic input events and waiting on the event loop.
 #pragma once
 
+#include <gtest/gtest.h>
+
 #include <QCoreApplication>
 #include <QMouseEvent>
 #include <QNativeGestureEvent>
@@ -81,9 +83,14 @@ struct Explorer {
         };
         window->resize(window->minimumSize());
         window->show();
+        EXPECT_TRUE(settle());
     }
     MacViewController& c() { return *window; }
     MandelbrotView& view() { return *window->mandelbrotView(); }
+    QPointF centre() { return {view().width() / 2.0, view().height() / 2.0}; }
+    // The view's pixel buffer size.
+    double bw() { return view().bufferWidth(); }
+    double bh() { return view().bufferHeight(); }
     // No render is running or queued, none of a stale render's rows is still to come, and the
     // recolour queue is empty.
     bool settle() {
