@@ -21,34 +21,20 @@
 
 #include "explore/palette_motion.h"
 #include "ui/julia_view.h"
+#include "window_bench_support.h"
 #include "ui/mac_view_controller.h"
 #include "ui/mandelbrot_view.h"
 
 namespace {
 
-using Clock = std::chrono::steady_clock;
+using gs::bench::Clock;
+using gs::bench::ms;
+using gs::bench::spin;
+using gs::bench::spinUntil;
 
 constexpr int kRunMs = 5000;
 constexpr double kLateFactor = 1.5;  // an interval this many ticks long means a missed frame
 
-// A precise timer: a coarse one may end a 5 s run up to 250 ms late, which adds ticks.
-void spin(int ms) {
-    QEventLoop loop;
-    QTimer::singleShot(ms, Qt::PreciseTimer, &loop, &QEventLoop::quit);
-    loop.exec();
-}
-
-bool spinUntil(const std::function<bool()>& done, int timeoutMs = 60000) {
-    QElapsedTimer t;
-    t.start();
-    while (!done()) {
-        if (t.elapsed() > timeoutMs) return false;
-        QCoreApplication::processEvents(QEventLoop::AllEvents, 5);
-    }
-    return true;
-}
-
-double ms(Clock::duration d) { return std::chrono::duration<double, std::milli>(d).count(); }
 
 // Nearest rank; q in (0, 1].
 double percentile(std::vector<double> v, double q) {

@@ -11,12 +11,16 @@
 #include <cstdio>
 #include <vector>
 
+#include "window_bench_support.h"
 #include "ui/mac_view_controller.h"
 #include "ui/mandelbrot_view.h"
 
 namespace {
 
-using Clock = std::chrono::steady_clock;
+using gs::bench::Clock;
+using gs::bench::ms;
+using gs::bench::spin;
+using gs::bench::spinUntil;
 
 constexpr int kWidth = 1920, kHeight = 1080;
 constexpr int kRuns = 7;
@@ -31,22 +35,6 @@ gs::Viewport around(double re, double im, double width) {
     return {re - width / 2, re + width / 2, im - height / 2, im + height / 2};
 }
 
-void spin(int ms) {
-    QEventLoop loop;
-    QTimer::singleShot(ms, &loop, &QEventLoop::quit);
-    loop.exec();
-}
-
-bool spinUntil(const std::function<bool()>& done, int timeoutMs = 60000) {
-    QElapsedTimer t;
-    t.start();
-    while (!done()) {
-        if (t.elapsed() > timeoutMs) return false;
-        QCoreApplication::processEvents(QEventLoop::AllEvents, 5);
-    }
-    return true;
-}
-
 // Records when the picture is first repainted after a request.
 class PaintWatch : public QObject {
 public:
@@ -57,7 +45,6 @@ public:
     }
 };
 
-double ms(Clock::duration d) { return std::chrono::duration<double, std::milli>(d).count(); }
 
 double median(std::vector<double> v) {
     std::sort(v.begin(), v.end());
