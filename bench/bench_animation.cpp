@@ -1,12 +1,14 @@
 // Whether the palette animation keeps its 30 ticks a second on a large picture with traps, glow
 // and distance edges on: the real window offscreen, the picture buffer at 1920 x 1080 and then
 // 3840 x 2160, the animation left running for 5 s. Prints per size the ticks that arrived
-// against the 150 expected, the fraction of late ticks (more than 1.5 tick intervals after the
-// one before, a missed frame) and the time of the recolour each tick asks for, median and 95th
-// percentile. The recolour is timed from the moment its queued call reaches the controller to
-// the Julia companion's new picture (the last step of a recolour); "picture" is the part up to
-// the main picture's new image. Runs on the offscreen platform unless QT_QPA_PLATFORM says
-// otherwise.
+// against the 150 expected, and those after the first second against 120 (the start-up: the
+// first ticks recolour in full while the kept colouring inputs' memory is made ready, then one
+// recolour makes them); the fraction of late ticks (more than 1.5 tick intervals after the one
+// before, a missed frame); the first recolour's time, and the median and 95th percentile of
+// the others. A recolour is timed from the moment its queued call
+// reaches the controller to the Julia companion's new picture (the last step of a recolour);
+// "picture" is the part up to the main picture's new image. Runs on the offscreen platform
+// unless QT_QPA_PLATFORM says otherwise.
 #include <QApplication>
 #include <QElapsedTimer>
 #include <QEvent>
@@ -150,11 +152,18 @@ bool measure(int width, int height) {
             ++late;
     const double lateFraction =
         f.ticks.size() > 1 ? static_cast<double>(late) / static_cast<double>(f.ticks.size() - 1) : 0.0;
-    std::printf("%4dx%-4d  ticks %3zu of %3d (ran %.3f s)   late %5.1f %% (%d)   recolour median %6.1f ms  p95 %6.1f ms"
-                "   (picture median %6.1f  p95 %6.1f; %zu recolours)\n",
-                width, height, f.ticks.size(), expected, ranS, 100.0 * lateFraction, late,
-                percentile(f.recolourMs, 0.5), percentile(f.recolourMs, 0.95), percentile(f.pictureMs, 0.5),
-                percentile(f.pictureMs, 0.95), f.recolourMs.size());
+    const auto afterFirstSecond = std::count_if(f.ticks.begin(), f.ticks.end(), [&](Clock::time_point t) {
+        return t - runStart >= std::chrono::seconds(1);
+    });
+    const double first = f.recolourMs.empty() ? 0.0 : f.recolourMs.front();
+    const std::vector<double> rest(f.recolourMs.begin() + (f.recolourMs.empty() ? 0 : 1), f.recolourMs.end());
+    const std::vector<double> restPicture(f.pictureMs.begin() + (f.pictureMs.empty() ? 0 : 1), f.pictureMs.end());
+    std::printf("%4dx%-4d  ticks %3zu of %3d (ran %.3f s), after the first second %3zd of %3d   late %4.1f %% (%d)"
+                "   first recolour %6.1f ms, then median %5.1f ms  p95 %5.1f ms   (picture median %5.1f  p95 %5.1f;"
+                " %zu recolours)\n",
+                width, height, f.ticks.size(), expected, ranS, afterFirstSecond, expected - expected / 5,
+                100.0 * lateFraction, late, first, percentile(rest, 0.5), percentile(rest, 0.95),
+                percentile(restPicture, 0.5), percentile(restPicture, 0.95), f.recolourMs.size());
     std::fflush(stdout);
     return true;
 }

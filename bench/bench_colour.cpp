@@ -17,6 +17,7 @@
 #include <vector>
 
 #include "core/budget.h"
+#include "core/frame.h"
 #include "core/kernel.h"
 #include "core/palette.h"
 #include "core/shading.h"
@@ -119,6 +120,38 @@ void BM_Recolour(benchmark::State& state) {
     state.counters["threads"] = threads;
 }
 
+// As BM_Recolour, but from kept inputs (made once, before timing), the cycle offset moving by
+// one animation tick each time: the palette animation's recolour.
+void BM_RecolourKept(benchmark::State& state) {
+    const int w = static_cast<int>(state.range(0)), h = static_cast<int>(state.range(1));
+    Picture& pic = picture(w, h);
+    gs::ColorParams p = params(w, state.range(2) != 0);
+    const int threads = threadsFor(state, 3);
+    tbb::global_control limit(tbb::global_control::max_allowed_parallelism,
+                              static_cast<std::size_t>(threads));
+    const auto row = static_cast<std::size_t>(w);
+    gs::KeptColourInputs kept;
+    kept.prepare(gs::colourInputKey(p), pic.data.size());
+    forRows(h, [&](int r) {
+        const std::size_t at = static_cast<std::size_t>(r) * row;
+        gs::colorRowKeeping(p, pic.data.data() + at, row, kept.row(at), pic.pixels.data() + at * 4);
+    });
+    std::atomic<std::int64_t> redone{0};
+    for (auto _ : state) {
+        p.cycleOffset = std::fmod(p.cycleOffset + 0.004, 1.0);
+        forRows(h, [&](int r) {
+            const std::size_t at = static_cast<std::size_t>(r) * row;
+            redone += gs::colorRowFromInputs(p, pic.data.data() + at, row, kept.row(at),
+                                             pic.pixels.data() + at * 4);
+        });
+        benchmark::ClobberMemory();
+    }
+    const double pixels =
+        static_cast<double>(state.iterations()) * static_cast<double>(pic.data.size());
+    state.counters["fallback"] = static_cast<double>(redone.load()) / pixels;
+    state.counters["threads"] = threads;
+}
+
 // Arguments: width, height, threads (0: all). Lights the unlit home view again and again (the
 // cost does not depend on the colours).
 void BM_Relief(benchmark::State& state) {
@@ -177,6 +210,7 @@ void sizes(benchmark::internal::Benchmark* b, bool shadedAxis) {
 }
 
 BENCHMARK(BM_Recolour)->Apply([](benchmark::internal::Benchmark* b) { sizes(b, true); });
+BENCHMARK(BM_RecolourKept)->Apply([](benchmark::internal::Benchmark* b) { sizes(b, true); });
 BENCHMARK(BM_Relief)->Apply([](benchmark::internal::Benchmark* b) { sizes(b, false); });
 BENCHMARK(BM_Elevation)->Apply([](benchmark::internal::Benchmark* b) { sizes(b, false); });
 

@@ -145,6 +145,7 @@ bool Frame::resize(int newWidth, int newHeight) {
     data.assign(count, PixelExtendedData{});
     reliefBase.assign(count * 4, 0);
     elevation.clear();
+    keptInputs.release();
     return true;
 }
 
@@ -183,6 +184,8 @@ void renderRow(const RenderRequest& r, int row, std::uint8_t* rgba, PixelExtende
 std::uint64_t renderFrame(const RenderRequest& r, Frame& frame) {
     frame.resize(r.width, r.height);
     frame.elevation.clear();
+    frame.keptInputs.invalidate();
+
     if (r.width < 1 || r.height < 1) return 0;
     std::atomic<std::uint64_t> total{0};
     const auto w = static_cast<std::size_t>(r.width);
@@ -196,15 +199,66 @@ std::uint64_t renderFrame(const RenderRequest& r, Frame& frame) {
     return total.load();
 }
 
-void recolorFrame(const RenderRequest& r, Frame& frame) {
+void KeptColourInputs::release() {
+    key.reset();
+    count = {};
+    weight = {};
+    falloff = {};
+    edge = {};
+}
+
+void KeptColourInputs::prepare(const ColourInputKey& forKey, std::size_t pixelCount) {
+    key.reset();
+    const auto size = [&](auto& v, bool used) {
+        if (!used)
+            v = {};
+        else if (v.size() != pixelCount)
+            v.resize(pixelCount);
+    };
+    size(count, true);
+    size(weight, forKey.traps);
+    size(falloff, forKey.glow);
+    size(edge, forKey.edges);
+}
+
+void KeptColourInputs::allocate(std::size_t pixelCount) {
+    ColourInputKey all;
+    all.traps = all.glow = all.edges = true;
+    prepare(all, pixelCount);
+}
+
+ColourInputRow KeptColourInputs::row(std::size_t at) {
+    const auto from = [at](auto& v) { return v.empty() ? nullptr : v.data() + at; };
+    return {from(count), from(weight), from(falloff), from(edge)};
+}
+
+void recolorFrame(const RenderRequest& r, Frame& frame, bool keepInputs) {
     if (frame.width < 1 || frame.height < 1) return;
     RenderRequest sized = r;
     sized.width = frame.width;
     const auto w = static_cast<std::size_t>(frame.width);
-    forEachRow(frame.height, [&](int row) {
-        const std::size_t at = static_cast<std::size_t>(row) * w;
-        colourRow(sized, frame.data.data() + at, frame.pixels.data() + at * 4, scratch(w).nu.data());
-    });
+    KeptColourInputs& kept = frame.keptInputs;
+    const ColourInputKey key = colourInputKey(r.colour);
+    if (!keepInputs || r.julia) {
+        forEachRow(frame.height, [&](int row) {
+            const std::size_t at = static_cast<std::size_t>(row) * w;
+            colourRow(sized, frame.data.data() + at, frame.pixels.data() + at * 4, scratch(w).nu.data());
+        });
+    } else if (kept.key == key) {
+        forEachRow(frame.height, [&](int row) {
+            const std::size_t at = static_cast<std::size_t>(row) * w;
+            colorRowFromInputs(r.colour, frame.data.data() + at, w, kept.row(at), frame.pixels.data() + at * 4);
+        });
+    } else {
+        kept.prepare(key, frame.pixelCount());
+        std::atomic<bool> all{true};
+        forEachRow(frame.height, [&](int row) {
+            const std::size_t at = static_cast<std::size_t>(row) * w;
+            if (!colorRowKeeping(r.colour, frame.data.data() + at, w, kept.row(at), frame.pixels.data() + at * 4))
+                all.store(false, std::memory_order_relaxed);
+        });
+        if (all.load()) kept.key = key;
+    }
     if (r.relief && !r.julia)
         reliefPass(frame, r.maxIter, r.light, r.colour.tuning);
     else

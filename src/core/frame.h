@@ -6,10 +6,12 @@
 
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <vector>
 
 #include "budget.h"
 #include "kernel.h"
+#include "populated_allocator.h"
 #include "shading.h"
 
 namespace gs {
@@ -57,6 +59,26 @@ JuliaColorParams juliaColourParams(const RenderRequest& r, double curve);
 // The drama actually used: stored drama + boost clamped to [0, 1] when the boost is not 0.
 ReliefLight effectiveLight(const ReliefLight& light, double dramaBoost);
 
+// A whole picture's palette-independent colouring inputs (see ColourInputRow), kept while the
+// picture is recoloured again and again. About 20 bytes a pixel with every shading on.
+struct KeptColourInputs {
+    std::optional<ColourInputKey> key;  // set while every row holds inputs made under it
+    std::vector<double, PopulatedAllocator<double>> count;
+    std::vector<float, PopulatedAllocator<float>> weight, falloff, edge;
+
+    // The inputs no longer describe the data (new rows, another size).
+    void invalidate() { key.reset(); }
+    // Frees the memory (when the recolouring stops).
+    void release();
+    // Sized for pixelCount pixels under key's shadings; unused arrays are emptied.
+    void prepare(const ColourInputKey& forKey, std::size_t pixelCount);
+    // Every array sized for pixelCount pixels, nothing valid: the memory made ready in advance
+    // (it may be done on another thread, then moved in).
+    void allocate(std::size_t pixelCount);
+    bool sizedFor(std::size_t pixelCount) const { return count.size() == pixelCount; }
+    ColourInputRow row(std::size_t at);
+};
+
 // The per-pixel buffers of one picture, zero-filled when made.
 struct Frame {
     int width = 0, height = 0;
@@ -64,6 +86,7 @@ struct Frame {
     std::vector<PixelExtendedData> data;       // one record per pixel
     std::vector<std::uint8_t> reliefBase;      // the unlit colours, input of the relief pass
     std::vector<float> elevation;              // relief elevation cache; empty when stale
+    KeptColourInputs keptInputs;               // while the picture is recoloured repeatedly
 
     // Reallocates zero-filled buffers; returns false (keeping everything) when the size is
     // unchanged. Byte counts that overflow are fatal.
@@ -81,8 +104,11 @@ void renderRow(const RenderRequest& r, int row, std::uint8_t* rgba, PixelExtende
 std::uint64_t renderFrame(const RenderRequest& r, Frame& frame);
 
 // Recolours the frame from its stored data in parallel rows; rebuilds the relief when on,
-// else drops the elevation cache.
-void recolorFrame(const RenderRequest& colour, Frame& frame);
+// else drops the elevation cache. With keepInputs (palette animation, sound) a Mandelbrot
+// frame keeps its palette-independent inputs and the next recolours under the same key
+// colour from them: the same bytes, in about half the time. Whoever writes the frame's data
+// must invalidate them.
+void recolorFrame(const RenderRequest& colour, Frame& frame, bool keepInputs = false);
 
 // The relief pass over a freshly coloured frame: keeps the unlit copy, builds the elevation if
 // needed, and lights the picture.

@@ -87,6 +87,42 @@ void colorPixel(const ColorParams& p, const PixelExtendedData& px, std::uint8_t*
 void colorRow(const ColorParams& p, const PixelExtendedData* data, std::size_t count,
               std::uint8_t* rgba);
 
+// The per-pixel colouring inputs that do not depend on the palette, its frequency, cycle
+// offset or shift, nor on the glow intensity: the normalised count, the trap weight, the glow
+// falloff and the edge factor. Palette animation and the sound-driven colours change only
+// those, so a picture coloured again and again keeps these and skips the logarithms, powers
+// and exponentials that make them. One value per pixel in each array, in the fast colouring's
+// own encoding (which also says which values are exact); an array is used only when its shading
+// is on.
+struct ColourInputRow {
+    double* count = nullptr;
+    float* weight = nullptr;
+    float* falloff = nullptr;
+    float* edge = nullptr;
+};
+
+// Everything the kept inputs depend on besides the pixel data; kept inputs serve a colouring
+// whose key is equal. Fields of shadings that are off stay at their defaults.
+struct ColourInputKey {
+    std::int32_t maxIter = 0;
+    double logMaxIter = 0, curve = 1;
+    bool traps = false, glow = false, edges = false;
+    double trapReach = 0, trapSharpness = 0;
+    double pixelSize = 0, glowRadius = 0, demThickness = 0, demSoftness = 0;
+    friend bool operator==(const ColourInputKey&, const ColourInputKey&) = default;
+};
+ColourInputKey colourInputKey(const ColorParams& p);
+
+// colorRow that also stores the row's inputs in `keep`; false when these parameters take the
+// reference colouring, which stores nothing.
+bool colorRowKeeping(const ColorParams& p, const PixelExtendedData* data, std::size_t count,
+                     const ColourInputRow& keep, std::uint8_t* rgba);
+// colorRow from inputs kept under the same key (colourInputKey(p)); data serves the few pixels
+// that colorPixel recomputes. The same bytes as colorRow; returns how many pixels went to
+// colorPixel.
+std::int64_t colorRowFromInputs(const ColorParams& p, const PixelExtendedData* data, std::size_t count,
+                        const ColourInputRow& kept, std::uint8_t* rgba);
+
 // The Julia companion's colour: palette only (no shadings); `curve` is the Julia view's own.
 struct JuliaColorParams {
     std::int32_t maxIter = 0;

@@ -78,7 +78,13 @@ struct Plan {
     bool unitTable = false;  // every table component within [0, 1]
     double tableMax = 0;     // largest table component magnitude
     double slack = 0;        // rounding differences of a whole channel chain
+    // Bounds of kept inputs (see RecallPass): relative on a bent count, on the 32-bit trap
+    // weight, glow falloff and edge factor, and the edge factor's absolute part.
+    double countRel = 0, weightRel = 0, falloffRel = 0, edgeRel = 0, edgeAbs = 0;
 };
+
+// What a colouring does with the palette-independent inputs of its pixels.
+enum class InputUse { compute, keep, recall };
 
 constexpr double kRel = 0x1p-40;     // relative bound of each approximated function
 constexpr double kUlp = 0x1p-51;     // rounding slack per operation, times the magnitude
@@ -148,12 +154,12 @@ HWY_INLINE Approx PowPositive(V base, V relBase, double exponent) {
     return {r, hn::Add(hn::Mul(r, rel), hn::Set(d, kTiny))};
 }
 
-// Normalised count b, bent by the curve, then the palette position p in [0, 1], with a bound
-// on the scaled position p*n. Exact where nu + 1 rounds to 1 or nu < 0 (b = 0).
-HWY_INLINE Approx Position(const Plan& pl, V nu) {
+// Normalised count b, bent by the curve, and its bound. Exact (bound 0) exactly where nu + 1
+// rounds to 1 or nu < 0 (b = 0): elsewhere b >= 2^-58 (nu + 1 > 1 and L < 22), so the bound
+// is positive.
+HWY_INLINE Approx NormalisedCount(const Plan& pl, V nu) {
     const D d;
-    const V one = hn::Set(d, 1.0);
-    const V ln = hn::IfThenElseZero(hn::Ge(nu, hn::Zero(d)), LogNormal(hn::Add(nu, one)));
+    const V ln = hn::IfThenElseZero(hn::Ge(nu, hn::Zero(d)), LogNormal(hn::Add(nu, hn::Set(d, 1.0))));
     V b = hn::Mul(ln, hn::Set(d, pl.inverseLog));  // within kRel of ln / L
     V eb = hn::Mul(b, hn::Set(d, kRel));           // b >= 0
     if (pl.curveOn) {
@@ -162,12 +168,19 @@ HWY_INLINE Approx Position(const Plan& pl, V nu) {
         b = hn::IfThenElseZero(positive, bent.v);  // pow(0, curve > 0) = 0
         eb = hn::IfThenElseZero(positive, bent.err);
     }
+    return {b, hn::IfThenElseZero(hn::Gt(ln, hn::Zero(d)), eb)};
+}
+
+// The palette position p in [0, 1] from the normalised count, with a bound on the scaled
+// position p*n; exact where the count is.
+HWY_INLINE Approx Position(const Plan& pl, V b, V eb) {
+    const D d;
     const V t = hn::Add(hn::Add(hn::Mul(hn::Set(d, pl.frequency), b), hn::Set(d, pl.offset)),
                         hn::Set(d, pl.shift));
     V p = hn::Sub(t, hn::Trunc(t));  // exact
-    p = hn::IfThenElse(hn::Lt(p, hn::Zero(d)), hn::Add(p, one), p);
+    p = hn::IfThenElse(hn::Lt(p, hn::Zero(d)), hn::Add(p, hn::Set(d, 1.0)), p);
     const V ev = hn::Add(hn::Mul(eb, hn::Set(d, pl.positionGain)), hn::Set(d, pl.positionSlack));
-    return {p, hn::IfThenElseZero(hn::Gt(ln, hn::Zero(d)), ev)};
+    return {p, hn::IfThenElseZero(hn::Gt(eb, hn::Zero(d)), ev)};
 }
 
 constexpr std::size_t kBlock = 128;  // pixels per block; a multiple of every lane count
@@ -178,11 +191,13 @@ constexpr std::size_t kBlock = 128;  // pixels per block; a multiple of every la
 // interior pixels only are skipped by every pass.
 struct Scratch {
     alignas(64) double nu[kBlock], dist[kBlock], trap[kBlock];
+    alignas(64) double count[kBlock], countErr[kBlock];    // normalised count b
     alignas(64) double frac[kBlock];         // position within the table cell
     alignas(64) double fracErr[kBlock];      // bound on the scaled position, so on frac
     alignas(64) std::int64_t cell[kBlock];   // the table cell: the first colour blended
     alignas(64) double pair[3][2 * kBlock];  // per channel, per pixel: the two values blended
     alignas(64) double weight[kBlock], weightErr[kBlock];  // trap weight w
+    alignas(64) double falloff[kBlock], falloffErr[kBlock];  // glow falloff e
     alignas(64) double amount[kBlock], amountErr[kBlock];  // glow amount G*e*strength
     alignas(64) double edge[kBlock], edgeErr[kBlock];      // edge factor
     alignas(64) double redo[kBlock];         // all ones where colorPixel must redo the pixel
@@ -222,6 +237,17 @@ HWY_INLINE void LoadPass(const Plan& pl, const PixelExtendedData* data, std::siz
     }
 }
 
+// The normalised counts.
+HWY_INLINE void CountPass(const Plan& pl, std::size_t count, Scratch& s) {
+    const D d;
+    for (std::size_t at = 0; at < count; at += hn::Lanes(d)) {
+        if (!s.live[at]) continue;
+        const Approx b = NormalisedCount(pl, hn::Load(d, s.nu + at));
+        hn::Store(b.v, d, s.count + at);
+        hn::Store(b.err, d, s.countErr + at);
+    }
+}
+
 // Palette cells: which two colours blend and by how much; marks lanes whose cell could
 // differ from colorPixel's (the scaled position within its bound of a cell border).
 HWY_INLINE void CellPass(const Plan& pl, std::size_t count, Scratch& s) {
@@ -231,7 +257,7 @@ HWY_INLINE void CellPass(const Plan& pl, std::size_t count, Scratch& s) {
     const V zero = hn::Zero(d), one = hn::Set(d, 1.0);
     for (std::size_t at = 0; at < count; at += hn::Lanes(d)) {
         if (!s.live[at]) continue;
-        const Approx p = Position(pl, hn::Load(d, s.nu + at));
+        const Approx p = Position(pl, hn::Load(d, s.count + at), hn::Load(d, s.countErr + at));
         const V v = hn::Mul(p.v, n);
         V whole = hn::Floor(v);
         const V f = hn::Sub(v, whole);
@@ -296,16 +322,26 @@ HWY_INLINE Approx GlowFalloff(const Plan& pl, V dist) {
     return {hn::IfThenElse(inside, one, e), ee};
 }
 
+// The glow falloffs.
+HWY_INLINE void FalloffPass(const Plan& pl, std::size_t count, Scratch& s) {
+    const D d;
+    for (std::size_t at = 0; at < count; at += hn::Lanes(d)) {
+        if (!s.live[at]) continue;
+        const Approx e = GlowFalloff(pl, hn::Load(d, s.dist + at));
+        hn::Store(e.v, d, s.falloff + at);
+        hn::Store(e.err, d, s.falloffErr + at);
+    }
+}
+
 // Glow amount a = G*e*strength.
-HWY_INLINE void GlowPass(const Plan& pl, std::size_t count, Scratch& s) {
+HWY_INLINE void AmountPass(const Plan& pl, std::size_t count, Scratch& s) {
     const D d;
     const double scale = std::abs(pl.glowIntensity) * std::abs(pl.glowStrength) * (1 + 0x1p-40);
     for (std::size_t at = 0; at < count; at += hn::Lanes(d)) {
         if (!s.live[at]) continue;
-        const Approx e = GlowFalloff(pl, hn::Load(d, s.dist + at));
-        const V a =
-            hn::Mul(hn::Mul(hn::Set(d, pl.glowIntensity), e.v), hn::Set(d, pl.glowStrength));
-        V ea = hn::Mul(e.err, hn::Set(d, scale));
+        const V e = hn::Load(d, s.falloff + at);
+        const V a = hn::Mul(hn::Mul(hn::Set(d, pl.glowIntensity), e), hn::Set(d, pl.glowStrength));
+        V ea = hn::Mul(hn::Load(d, s.falloffErr + at), hn::Set(d, scale));
         ea = hn::Add(ea, Slack(ea, hn::Abs(a)));
         hn::Store(a, d, s.amount + at);
         hn::Store(ea, d, s.amountErr + at);
@@ -511,6 +547,138 @@ HWY_INLINE std::int64_t RedoPass(const Plan& pl, const PixelExtendedData* data, 
     return redone;
 }
 
+// ---- Kept inputs ----
+//
+// Codes of a kept count: +inf for an interior pixel, NaN for one colorPixel always redoes (a
+// distance that is not finite), else b, negated where it is approximate (-0 included). The
+// shadings' values are in [0, 1] and kept in 32 bits, negated where approximate; the edge
+// factor of a pixel on or inside the boundary is kept as 2 (the plan's exact floor factor).
+// Exact values (0, 1, the count 0) are 32-bit numbers, so they come back exact.
+
+constexpr float kFloorCode = 2.0f;
+
+HWY_INLINE M SignBit(V v) {
+    const D d;
+    const DI di;
+    return hn::RebindMask(d, hn::Lt(hn::BitCast(di, v), hn::Zero(di)));
+}
+
+// v where exact (bound zero), -v where approximate.
+HWY_INLINE V Signed(Approx a) {
+    const D d;
+    return hn::IfThenElse(hn::Gt(a.err, hn::Zero(d)), hn::Neg(a.v), a.v);
+}
+
+// Stores a block's inputs after the passes that make them, before the passes that may mark
+// further pixels for colorPixel (cell borders, truncations): those depend on the palette.
+HWY_INLINE void KeepPass(const Plan& pl, std::size_t count, const Scratch& s,
+                         const ColourInputRow& out) {
+    const D d;
+    const hn::Rebind<float, D> df;
+    const std::size_t lanes = hn::Lanes(d);
+    const V inf = hn::Set(d, HUGE_VAL);
+    alignas(64) double codes[kMaxLanes];
+    alignas(64) float values[3][kMaxLanes];
+    for (std::size_t at = 0; at < count; at += lanes) {
+        const std::size_t n = count - at < lanes ? count - at : lanes;
+        V code = inf;
+        auto w = hn::Zero(df), e = hn::Zero(df), f = hn::Zero(df);
+        if (s.live[at]) {
+            const M interior = hn::Not(hn::Lt(hn::Load(d, s.nu + at), hn::Set(d, pl.maxIter)));
+            const M redo = hn::MaskFromVec(hn::Load(d, s.redo + at));
+            code = Signed({hn::Load(d, s.count + at), hn::Load(d, s.countErr + at)});
+            code = hn::IfThenElse(interior, inf, hn::IfThenElse(redo, hn::Set(d, NAN), code));
+            if (pl.traps)
+                w = hn::DemoteTo(df, Signed({hn::Load(d, s.weight + at), hn::Load(d, s.weightErr + at)}));
+            if (pl.glow)
+                e = hn::DemoteTo(df, Signed({hn::Load(d, s.falloff + at), hn::Load(d, s.falloffErr + at)}));
+            if (pl.edges) {
+                const M inside = hn::Le(hn::Load(d, s.dist + at), hn::Zero(d));
+                const V edge = Signed({hn::Load(d, s.edge + at), hn::Load(d, s.edgeErr + at)});
+                f = hn::DemoteTo(df, hn::IfThenElse(inside, hn::Set(d, kFloorCode), edge));
+            }
+        }
+        hn::Store(code, d, codes);
+        std::memcpy(out.count + at, codes, n * sizeof(double));
+        if (pl.traps) {
+            hn::Store(w, df, values[0]);
+            std::memcpy(out.weight + at, values[0], n * sizeof(float));
+        }
+        if (pl.glow) {
+            hn::Store(e, df, values[1]);
+            std::memcpy(out.falloff + at, values[1], n * sizeof(float));
+        }
+        if (pl.edges) {
+            hn::Store(f, df, values[2]);
+            std::memcpy(out.edge + at, values[2], n * sizeof(float));
+        }
+    }
+}
+
+// A kept 32-bit value and its bound: |v| times rel plus abs where approximate.
+HWY_INLINE Approx RecallValue(const float* src, double rel, double abs) {
+    const D d;
+    const hn::Rebind<float, D> df;
+    const V v = hn::PromoteTo(d, hn::Load(df, src));
+    const V a = hn::Abs(v);
+    return {a, hn::IfThenElseZero(SignBit(v), hn::Add(hn::Mul(a, hn::Set(d, rel)), hn::Set(d, abs)))};
+}
+
+// Loads a block's kept inputs where LoadPass and the input passes would have computed them.
+// Every bound covers the original one plus the rounding to 32 bits (see the plan).
+HWY_INLINE void RecallPass(const Plan& pl, const ColourInputRow& in, std::size_t count,
+                           Scratch& s) {
+    const D d;
+    const std::size_t lanes = hn::Lanes(d);
+    const V inf = hn::Set(d, HUGE_VAL);
+    alignas(64) double codes[kMaxLanes];
+    alignas(64) float values[3][kMaxLanes] = {};
+    for (std::size_t at = 0; at < count; at += lanes) {
+        const std::size_t n = count - at < lanes ? count - at : lanes;
+        const bool whole = n == lanes;
+        V code;
+        if (whole) {
+            code = hn::LoadU(d, in.count + at);
+        } else {
+            for (std::size_t l = 0; l < lanes; ++l) codes[l] = l < n ? in.count[at + l] : HUGE_VAL;
+            code = hn::Load(d, codes);
+        }
+        const M interior = hn::Eq(code, inf);
+        const M redo = hn::IsNaN(code);
+        hn::Store(hn::IfThenElseZero(interior, inf), d, s.nu + at);  // 0 is below every ceiling
+        hn::Store(hn::VecFromMask(d, redo), d, s.redo + at);
+        s.live[at] = !hn::AllTrue(d, interior);
+        if (!s.live[at]) continue;
+        const M special = hn::Or(interior, redo);
+        const V b = hn::IfThenZeroElse(special, hn::Abs(code));
+        const V eb = pl.curveOn ? hn::Add(hn::Mul(b, hn::Set(d, pl.countRel)), hn::Set(d, kTiny))
+                                : hn::Mul(b, hn::Set(d, kRel));
+        hn::Store(b, d, s.count + at);
+        hn::Store(hn::IfThenElseZero(hn::AndNot(special, SignBit(code)), eb), d, s.countErr + at);
+        const auto source = [&](const float* row, float* staged) {
+            if (whole) return row + at;
+            std::memcpy(staged, row + at, n * sizeof(float));
+            return static_cast<const float*>(staged);
+        };
+        if (pl.traps) {
+            const Approx w = RecallValue(source(in.weight, values[0]), pl.weightRel, 0x1p-140);
+            hn::Store(w.v, d, s.weight + at);
+            hn::Store(w.err, d, s.weightErr + at);
+        }
+        if (pl.glow) {
+            const Approx e = RecallValue(source(in.falloff, values[1]), pl.falloffRel, 0x1p-140);
+            hn::Store(e.v, d, s.falloff + at);
+            hn::Store(e.err, d, s.falloffErr + at);
+        }
+        if (pl.edges) {
+            const Approx f = RecallValue(source(in.edge, values[2]), pl.edgeRel, pl.edgeAbs);
+            const M floor = hn::Eq(f.v, hn::Set(d, static_cast<double>(kFloorCode)));
+            hn::Store(hn::IfThenElse(floor, hn::Set(d, pl.floorFactor), f.v), d, s.edge + at);
+            hn::Store(f.err, d, s.edgeErr + at);
+        }
+    }
+}
+
 using ColourFn = void (*)(const Plan&, std::size_t, Scratch&);
 
 // The colour pass compiled for the plan's shadings, so no flag is tested per channel.
@@ -523,19 +691,31 @@ ColourFn ColourPassFor(const Plan& pl) {
     return kPasses[(pl.traps ? 4 : 0) + (pl.glow ? 2 : 0) + (pl.edges ? 1 : 0)];
 }
 
+// Colours count pixels; with InputUse::keep also stores their inputs in `row`, with
+// InputUse::recall takes them from there instead of computing them from data.
 std::int64_t ColorSpanImpl(const Plan& pl, const PixelExtendedData* data, std::size_t count,
-                           std::uint8_t* rgba) {
+                           std::uint8_t* rgba, shading_fast::InputUse use, const ColourInputRow& row) {
+    using shading_fast::InputUse;
     const ColourFn colour = ColourPassFor(pl);
     Scratch s;
     std::int64_t redone = 0;
     for (std::size_t at = 0; at < count; at += kBlock) {
         const std::size_t n = count - at < kBlock ? count - at : kBlock;
-        LoadPass(pl, data + at, n, s);
+        const auto from = [at](auto* p) { return p ? p + at : p; };
+        const ColourInputRow here{from(row.count), from(row.weight), from(row.falloff), from(row.edge)};
+        if (use == InputUse::recall) {
+            RecallPass(pl, here, n, s);
+        } else {
+            LoadPass(pl, data + at, n, s);
+            CountPass(pl, n, s);
+            if (pl.traps) TrapPass(pl, n, s);
+            if (pl.glow) FalloffPass(pl, n, s);
+            if (pl.edges) EdgePass(pl, n, s);
+            if (use == InputUse::keep) KeepPass(pl, n, s, here);
+        }
         CellPass(pl, n, s);
         TablePass(pl, n, s);
-        if (pl.traps) TrapPass(pl, n, s);
-        if (pl.glow) GlowPass(pl, n, s);
-        if (pl.edges) EdgePass(pl, n, s);
+        if (pl.glow) AmountPass(pl, n, s);
         colour(pl, n, s);
         std::memcpy(rgba + 4 * at, s.word, 4 * n);
         redone += RedoPass(pl, data + at, n, s, rgba + 4 * at);
@@ -768,14 +948,24 @@ bool planPalette(const ColorParams& p, shading_fast::Plan& pl) {
     pl.shift = p.colorShift;
     pl.curveOn = p.tuning.curve != 1;
     pl.curve = p.tuning.curve;
+    // A bent count's bound is b*rel + kTiny with rel = (curve + |y| + 2) * kRel, y = curve *
+    // ln(unbent count); the unbent count lies in [2^-58, 1 + 2^-40], so |y| <= 41 * curve.
+    pl.countRel = (pl.curve * 748 + 2) * shading_fast::kRel;
     return !pl.curveOn || pl.curve > 0;
 }
+
+// The relative bound of an approximated input in [0, 1] kept in 32 bits: its own relative
+// bound rel, plus 2^-24 for the rounding to float, widened for the rounding of the bound
+// itself. The absolute parts (kTiny, and 2^-150 for a float underflow) fit under 2^-140.
+double keptRel(double rel) { return (rel + 0x1p-24) * (1 + 0x1p-20); }
 
 bool planTraps(const ShadingTuning& t, shading_fast::Plan& pl) {
     pl.trapReach = t.trapReach;
     pl.inverseReach = 1 / t.trapReach;
     pl.trapSharpness = t.trapSharpness;
     pl.trapGlint = t.trapGlint;
+    // w = k^s with k >= 2^-149 / 1e200 a normal number: |s ln k| <= 566 s.
+    pl.weightRel = keptRel(t.trapSharpness * 0x1p-50 + (t.trapSharpness * 566 + 2) * shading_fast::kRel);
     return allFinite({t.trapSharpness, t.trapGlint}) && moderate(t.trapReach) && t.trapReach > 0 &&
            t.trapReach <= 1e200 && t.trapSharpness > 0;
 }
@@ -788,6 +978,7 @@ bool planGlow(const ColorParams& p, shading_fast::Plan& pl) {
     const double radius = std::max(p.pixelSize * t.glowRadius, kSmallestNormal);
     if (radius > 1e300) return false;
     pl.inverseRadius = 1 / radius;
+    pl.falloffRel = keptRel(shading_fast::kRel + 746 * 0x1p-50);  // exp(x) for x in [-746, 0]
     pl.glowIntensity = p.glowIntensity;
     pl.glowStrength = t.glowStrength;
     pl.glowDim = t.glowDim;
@@ -807,6 +998,14 @@ bool planEdges(const ColorParams& p, shading_fast::Plan& pl) {
     pl.inversePixel = 1 / p.pixelSize;
     pl.demThickness = t.demThickness;
     pl.inverseSoftness = 1 / t.demSoftness;
+    // The fade factor's own bound (FadeFactor) at its largest: |log2 x| <= 1100 for every double
+    // x >= the smallest normal; doubled for the roundings of the bound. Then 2^-24 relative
+    // for the rounding to float, 2^-140 for its underflow.
+    const double inverse = std::abs(pl.inverseSoftness);
+    const double lg = 1100, thickness = std::abs(t.demThickness);
+    pl.edgeAbs = 2 * ((lg * shading_fast::kRel + 0x1p-49) * inverse * (1 + 0x1p-40) +
+                      shading_fast::kUlp * (3 * (lg + thickness) * inverse + 1)) + 0x1p-140;
+    pl.edgeRel = keptRel(0);
     // colorPixel's factor for d <= 0: log2 of the smallest normal is exactly -1022.
     const double raw = (-1022.0 - t.demThickness) / t.demSoftness + 0.5;
     pl.floorFactor = raw < 0 ? 0.0 : (raw > 1 ? 1.0 : raw);
@@ -882,14 +1081,16 @@ bool makePlan(const ColorParams& p, shading_fast::Plan& pl) {
     return planPosition(p, pl) && planBounds(pl);
 }
 
+// Returns the pixels handed to colorPixel, or -1 when the whole span went to it (nothing kept).
 std::int64_t colourSpan(const ColorParams& p, const PixelExtendedData* data, std::size_t count,
-                        std::uint8_t* rgba) {
+                        std::uint8_t* rgba, shading_fast::InputUse use = shading_fast::InputUse::compute,
+                        const ColourInputRow& row = {}) {
     shading_fast::Plan plan;
     if (!makePlan(p, plan)) {
         for (std::size_t i = 0; i < count; ++i) colorPixel(p, data[i], rgba + 4 * i);
-        return static_cast<std::int64_t>(count);
+        return -1;
     }
-    return HWY_DYNAMIC_DISPATCH(ColorSpanImpl)(plan, data, count, rgba);
+    return HWY_DYNAMIC_DISPATCH(ColorSpanImpl)(plan, data, count, rgba, use, row);
 }
 
 }  // namespace
@@ -897,6 +1098,38 @@ std::int64_t colourSpan(const ColorParams& p, const PixelExtendedData* data, std
 void colorRow(const ColorParams& p, const PixelExtendedData* data, std::size_t count,
               std::uint8_t* rgba) {
     colourSpan(p, data, count, rgba);
+}
+
+ColourInputKey colourInputKey(const ColorParams& p) {
+    ColourInputKey k;
+    k.maxIter = p.maxIter;
+    k.logMaxIter = p.logMaxIter;
+    k.curve = p.tuning.curve;
+    k.traps = p.traps;
+    if (k.traps) {
+        k.trapReach = p.tuning.trapReach;
+        k.trapSharpness = p.tuning.trapSharpness;
+    }
+    k.glow = p.glow && p.pixelSize > 0;
+    k.edges = p.dem && p.pixelSize > 0;
+    if (k.glow || k.edges) k.pixelSize = p.pixelSize;
+    if (k.glow) k.glowRadius = p.tuning.glowRadius;
+    if (k.edges) {
+        k.demThickness = p.tuning.demThickness;
+        k.demSoftness = p.tuning.demSoftness;
+    }
+    return k;
+}
+
+bool colorRowKeeping(const ColorParams& p, const PixelExtendedData* data, std::size_t count,
+                     const ColourInputRow& keep, std::uint8_t* rgba) {
+    return colourSpan(p, data, count, rgba, shading_fast::InputUse::keep, keep) >= 0;
+}
+
+std::int64_t colorRowFromInputs(const ColorParams& p, const PixelExtendedData* data, std::size_t count,
+                                const ColourInputRow& kept, std::uint8_t* rgba) {
+    const std::int64_t redone = colourSpan(p, data, count, rgba, shading_fast::InputUse::recall, kept);
+    return redone < 0 ? static_cast<std::int64_t>(count) : redone;
 }
 
 namespace detail {
@@ -911,7 +1144,8 @@ bool useTarget(std::int64_t target) {
 
 std::int64_t colorRowCounted(const ColorParams& p, const PixelExtendedData* data, std::size_t count,
                              std::uint8_t* rgba) {
-    return colourSpan(p, data, count, rgba);
+    const std::int64_t redone = colourSpan(p, data, count, rgba);
+    return redone < 0 ? static_cast<std::int64_t>(count) : redone;
 }
 
 bool lightRow(const ReliefFactors& f, const float* above, const float* here, const float* below,

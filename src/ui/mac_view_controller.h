@@ -184,6 +184,7 @@ private:
     void updateJulia();
     RenderRequest juliaColours() const;
     void traceCompletedPicture() const;
+    bool keptInputsReady();  // starts making their memory ready when it is not
 
     // Palette (mac_view_controller_palette.cpp).
     void regenerate();
@@ -250,6 +251,7 @@ private:
     bool isRendering_ = false;
     bool recolorPending_ = false;
     bool recolorAfterRender_ = false;
+    bool keptAllocationPending_ = false;
     QSize lastKnownSize_, lastKnownJuliaSize_;
     std::int64_t lastMaxIteration_ = 0;
     double pixelSize_ = 0.0;

@@ -3,6 +3,7 @@
 #include <QTimer>
 
 #include "ui/mac_view_controller.h"
+#include "ui/mandelbrot_view.h"
 
 namespace gs {
 
@@ -48,6 +49,7 @@ void MacViewController::startAnimationTimer() {
 void MacViewController::stopAnimationTimer() {
     if (animationTimer_) animationTimer_->stop();
     animationClock_.reset();
+    fractalView_->frame().keptInputs.release();
 }
 
 // While a render runs the time mark moves but the palette does not, so it does not jump ahead

@@ -45,6 +45,7 @@ void MandelbrotView::writeRow(int row, const std::uint8_t* rgba, const PixelExte
     std::memcpy(frame_.pixels.data() + at * 4, rgba, w * 4);
     std::memcpy(frame_.data.data() + at, data, w * sizeof(PixelExtendedData));
     frame_.elevation.clear();
+    frame_.keptInputs.invalidate();
 }
 
 QImage MandelbrotView::makeImage() const {

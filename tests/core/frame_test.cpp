@@ -61,6 +61,44 @@ TEST(FrameRecolor, MatchesAFreshRenderWithTheNewColours) {
     EXPECT_EQ(f.pixels, fresh.pixels);
 }
 
+TEST(FrameRecolor, KeptInputsFollowTheKeyAndTheData) {
+    ColourInputs c = colours();
+    c.traps = c.glow = c.dem = true;
+    Frame f;
+    renderFrame(mandelbrotRequest(kSeahorse, 40, 30, c, 400), f);
+    const auto expectFresh = [&](const char* what) {
+        Frame fresh;
+        renderFrame(mandelbrotRequest(kSeahorse, 40, 30, c, 400), fresh);
+        EXPECT_EQ(f.pixels, fresh.pixels) << what;
+    };
+    const auto recolour = [&] { recolorFrame(mandelbrotRequest(kSeahorse, 40, 30, c, 400), f, true); };
+    recolour();
+    ASSERT_TRUE(f.keptInputs.key.has_value());
+    EXPECT_TRUE(f.keptInputs.weight.size() == 1200 && f.keptInputs.edge.size() == 1200);
+    c.cycleOffset = 0.5, c.colorShift = 0.2, c.glowIntensity = 1.7, c.table = colours(4).table;
+    recolour();  // from the kept inputs
+    expectFresh("offset moved");
+    c.tuning.glowRadius = 2.5;  // another key: made anew
+    recolour();
+    EXPECT_EQ(f.keptInputs.key, colourInputKey(mandelbrotRequest(kSeahorse, 40, 30, c, 400).colour));
+    expectFresh("radius changed");
+    c.traps = false;  // unused arrays are let go
+    recolour();
+    EXPECT_TRUE(f.keptInputs.weight.empty());
+    expectFresh("traps off");
+    // New data under the same key: the renderer lets the kept inputs go.
+    const Viewport below{-0.76, -0.72, 0.19, 0.22};
+    const RenderRequest moved = mandelbrotRequest(below, 40, 30, c, 400);
+    ASSERT_EQ(f.keptInputs.key, colourInputKey(moved.colour));
+    renderFrame(moved, f);
+    EXPECT_FALSE(f.keptInputs.key.has_value());
+    c.cycleOffset = 0.9;
+    recolorFrame(mandelbrotRequest(below, 40, 30, c, 400), f, true);
+    Frame fresh;
+    renderFrame(mandelbrotRequest(below, 40, 30, c, 400), fresh);
+    EXPECT_EQ(f.pixels, fresh.pixels);
+}
+
 TEST(FrameRelief, RelightingEqualsRenderingWithTheNewLight) {
     ColourInputs c = colours();
     c.relief = true;

@@ -301,18 +301,19 @@ std::vector<std::int64_t> targets() {
     return list;
 }
 
-// colorRow on rows of rowLength against colorPixel, byte for byte; returns how many pixels
-// the fast path handed back.
-std::int64_t expectSameBytes(const ColorParams& p, const std::vector<PixelExtendedData>& data,
-                             std::int64_t target, std::size_t rowLength, const std::string& what) {
+// colour(at, count, rgba) on rows of rowLength against colorPixel, byte for byte; returns the
+// sum of what it returns.
+template <class RowFn>
+std::int64_t expectRowsMatch(const ColorParams& p, const std::vector<PixelExtendedData>& data,
+                             std::int64_t target, std::size_t rowLength, const std::string& what,
+                             RowFn colour) {
     std::vector<std::uint8_t> want(4 * data.size()), got(4 * data.size(), 0xAB);
     for (std::size_t i = 0; i < data.size(); ++i) colorPixel(p, data[i], &want[4 * i]);
     std::int64_t redone = 0;
     const OnTarget on(target);
     EXPECT_TRUE(on.available);
     for (std::size_t at = 0; at < data.size(); at += rowLength)
-        redone += detail::colorRowCounted(p, &data[at], std::min(rowLength, data.size() - at),
-                                          &got[4 * at]);
+        redone += colour(at, std::min(rowLength, data.size() - at), &got[4 * at]);
     for (std::size_t i = 0; i < data.size(); ++i) {
         if (std::memcmp(&want[4 * i], &got[4 * i], 4) == 0) continue;
         ADD_FAILURE() << what << " target " << target << " pixel " << i << ": nu " << data[i].nu
@@ -321,6 +322,37 @@ std::int64_t expectSameBytes(const ColorParams& p, const std::vector<PixelExtend
         break;
     }
     return redone;
+}
+
+// colorRow against colorPixel; returns how many pixels the fast path handed back.
+std::int64_t expectSameBytes(const ColorParams& p, const std::vector<PixelExtendedData>& data,
+                             std::int64_t target, std::size_t rowLength, const std::string& what) {
+    return expectRowsMatch(p, data, target, rowLength, what, [&](std::size_t at, std::size_t n, std::uint8_t* out) {
+        return detail::colorRowCounted(p, &data[at], n, out);
+    });
+}
+
+// Inputs kept while colouring under p (on one target), then coloured from under `later`,
+// which differs in everything they do not depend on (on another target). Returns how many
+// pixels the kept colouring handed back, or -1 when p takes the reference path.
+std::int64_t expectKeptInputsMatch(const ColorParams& p, const ColorParams& later,
+                                   const std::vector<PixelExtendedData>& data, std::int64_t keepOn,
+                                   std::int64_t recallOn, const std::string& what) {
+    EXPECT_EQ(colourInputKey(p), colourInputKey(later));
+    std::vector<double> count(data.size());
+    std::vector<float> weight(data.size()), falloff(data.size()), edge(data.size());
+    const auto kept = [&](std::size_t at) {
+        return ColourInputRow{&count[at], &weight[at], &falloff[at], &edge[at]};
+    };
+    bool all = true;
+    expectRowsMatch(p, data, keepOn, 1021, what + " keeping", [&](std::size_t at, std::size_t n, std::uint8_t* out) {
+        all = colorRowKeeping(p, &data[at], n, kept(at), out) && all;
+        return 0;
+    });
+    if (!all) return -1;
+    return expectRowsMatch(later, data, recallOn, 1021, what + " kept", [&](std::size_t at, std::size_t n, std::uint8_t* out) {
+        return colorRowFromInputs(later, &data[at], n, kept(at), out);
+    });
 }
 
 class ColourFastPath : public ::testing::TestWithParam<FastCase> {};
@@ -339,17 +371,76 @@ TEST_P(ColourFastPath, SameBytesAsColorPixel) {
         px = {float(u(g) * (p.maxIter + 1) - 1), float(4.0 / 1920 * std::exp(u(g) * 12 - 3)),
               float(u(g) * 0.7)};
     for (auto& px : tricky) px = adversarial(g, p);
-    std::int64_t redone = 0;
-    for (std::int64_t target : targets()) {
-        redone += expectSameBytes(p, realistic, target, 4099, c.name);
-        expectSameBytes(p, tricky, target, 1021, c.name);
+    // Palette animation and sound move the offset, shift, glow intensity, frequency and table.
+    const ColorTable other = c.palette == "empty" ? table : tableFor("random");
+    ColorParams later = p;
+    later.cycleOffset += 0.37, later.colorShift += 0.9, later.glowIntensity *= 0.7, later.frequency *= 1.5;
+    later.table = other.data(), later.tableSize = other.size();
+    const auto all = targets();
+    std::int64_t redone = 0, redoneKept = 0;
+    for (std::size_t i = 0; i < all.size(); ++i) {
+        redone += expectSameBytes(p, realistic, all[i], 4099, c.name);
+        expectSameBytes(p, tricky, all[i], 1021, c.name);
+        const std::int64_t next = all[(i + 1) % all.size()];
+        redoneKept += expectKeptInputsMatch(p, later, realistic, all[i], next, c.name);
+        const std::int64_t tricks = expectKeptInputsMatch(p, later, tricky, all[i], next, c.name);
+        if (!c.wholeRows) { EXPECT_GE(tricks, 0); }
     }
-    // The check turns few realistic pixels back.
-    if (!c.wholeRows) { EXPECT_LT(double(redone) / double(realistic.size() * targets().size()), 1e-3); }
+    // The check turns few realistic pixels back; kept inputs, rounded to 32 bits, a few more.
+    if (!c.wholeRows) {
+        EXPECT_LT(double(redone) / double(realistic.size() * all.size()), 1e-3);
+        EXPECT_LT(double(redoneKept) / double(realistic.size() * all.size()), 3e-3);
+    }
 }
 
 INSTANTIATE_TEST_SUITE_P(Colour, ColourFastPath, ::testing::ValuesIn(kFastCases),
                          [](const auto& info) { return info.param.name; });
+
+TEST(ColourFastPath, KeptInputsHoldOnByteBoundaries) {
+    // Pixels built so that one shading alone takes a channel to within a few roundings of each
+    // byte boundary (flat grey palette): there the kept 32-bit values are most likely to
+    // mislead the check.
+    const ColorTable table = grey(0.5);
+    ColorParams p = plain(table);
+    p.pixelSize = 4.0 / 1920;
+    const ShadingTuning& t = p.tuning;
+    const double r = p.pixelSize * t.glowRadius;
+    std::vector<PixelExtendedData> traps, glow, edges;
+    const auto around = [](std::vector<PixelExtendedData>& into, PixelExtendedData px, float& field) {
+        const float at = field;
+        for (int k = -6; k <= 6; ++k) {
+            field = at;
+            for (int i = 0; i < std::abs(k); ++i) field = std::nextafter(field, k < 0 ? 0.0f : HUGE_VALF);
+            into.push_back(px);
+        }
+    };
+    for (int n = 1; n < 255; ++n) {
+        const double y = n / 255.0;
+        PixelExtendedData px{100.0f, 1e3f, 1.0f};
+        const double w = (y - t.trapGlint) / (0.5 - t.trapGlint);  // y = 0.5 w + glint (1 - w)
+        if (w > 0 && w < 1) {
+            px.trapDistance = float(t.trapReach * std::pow(w, 1 / t.trapSharpness));
+            around(traps, px, px.trapDistance);
+        }
+        const double e = (y - 0.5 * t.glowDim) / t.glowStrength;  // y = 0.5 dim + e strength
+        if (e > 0 && e < 1) {
+            px.distance = float(-std::log(e) * r / 1.5);
+            around(glow, px, px.distance);
+        }
+        const double f = 2 * y;  // y = 0.5 f
+        if (f > 0 && f < 1) {
+            px.distance = float(p.pixelSize * std::exp2(t.demThickness + t.demSoftness * (f - 0.5)));
+            around(edges, px, px.distance);
+        }
+    }
+    ColorParams withTraps = p, withGlow = p, withEdges = p;
+    withTraps.traps = withGlow.glow = withEdges.dem = true;
+    for (std::int64_t target : targets()) {
+        expectKeptInputsMatch(withTraps, withTraps, traps, target, target, "traps");
+        expectKeptInputsMatch(withGlow, withGlow, glow, target, target, "glow");
+        expectKeptInputsMatch(withEdges, withEdges, edges, target, target, "edges");
+    }
+}
 
 TEST(ColourFastPath, PositionsOnCellBordersMatch) {
     // Offsets that put the palette position within a rounding of a cell border or the wrap.

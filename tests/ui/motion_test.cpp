@@ -32,8 +32,22 @@ TEST(PaletteAnimation, TicksAdvanceBySpeedTimesTimeButNotDuringARender) {
     EXPECT_NEAR(tick(), wrapCycle(start + 0.004), 1e-12);  // the mark moves, the palette does not
     ASSERT_TRUE(e.settle());
     EXPECT_NEAR(tick(), wrapCycle(start + 0.008), 1e-12);
+    // The moving palette colours from kept inputs, made anew after a render's new rows; they
+    // give the picture a plain recolour gives, and are let go when the animation stops.
+    ASSERT_TRUE(e.settle());
+    const Frame& frame = e.c().mandelbrotView()->frame();
+    EXPECT_TRUE(frame.keptInputs.key.has_value());
+    const Viewport v = e.c().viewport();  // moved by half its height: the same key, new data
+    e.c().setViewport({v.xmin, v.xmax, v.ymin + v.height() / 2, v.ymax + v.height() / 2});
+    ASSERT_TRUE(e.settle());
+    tick();
+    ASSERT_TRUE(e.settle());
+    const std::vector<std::uint8_t> animated = frame.pixels;
     e.c().toggleAnimateColors();
     EXPECT_FALSE(e.c().animationTimerRunning());
+    EXPECT_TRUE(frame.keptInputs.count.empty());
+    e.c().recolorAll();
+    EXPECT_EQ(frame.pixels, animated);
 }
 
 // The interval is long, so only the steps the test asks for happen.
