@@ -143,6 +143,8 @@ public:
     const std::optional<QString>& currentBookmarkName() const { return currentBookmarkName_; }
     // The values of the status display: zoom, max iter, centre, computing time.
     QStringList statusTexts() const;
+    // The full-screen line: what is on screen (the bookmark's name) and its zoom.
+    QString fullScreenStatusLine() const;
 
     // How alerts are shown; tests replace them so that nothing waits for a click.
     std::function<void(const QString& message)> presentAlert;
@@ -244,6 +246,8 @@ private:
     bool chromeHidden_ = false;
     bool juliaFullscreen_ = false;
     double windowedAspect_ = 0.0;
+    QRect windowedGeometry_;
+    bool coveringScreenItself_ = false;  // full screen without a window manager's help
     QPointer<QWidget> autoDissolveOverlay_;
 
     // --- Render state ---
@@ -282,6 +286,7 @@ private:
     QWidget* statusBar_ = nullptr;
     QWidget* fullScreenChrome_ = nullptr;
     QLabel* fullScreenStatus_ = nullptr;
+    std::vector<HUDStatView*> fullScreenStats_;  // the status display's full-screen set
     QAction* exitFullScreenAction_ = nullptr;
     // Each windowed toggle with its full-screen copy, which always shows the same state.
     std::vector<std::pair<BracketToggleControl*, BracketToggleControl*>> toggleTwins_;

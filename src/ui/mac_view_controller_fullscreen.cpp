@@ -5,10 +5,13 @@
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QPropertyAnimation>
+#include <QScreen>
+#include <QTimer>
 #include <QVBoxLayout>
 
 #include "explore/auto_explore.h"
 #include "ui/bracket_controls.h"
+#include "ui/hud_stat_view.h"
 #include "ui/julia_view.h"
 #include "ui/mac_view_controller.h"
 #include "ui/mandelbrot_view.h"
@@ -19,6 +22,7 @@ namespace gs {
 namespace {
 constexpr int kChromeMargin = 12;
 constexpr int kJuliaSide = 176;  // the Julia view's size in the sidebar
+constexpr int kWindowManagerGraceMs = 400;  // time a window manager gets to go full screen
 }  // namespace
 
 QWidget* MacViewController::buildFullScreenChrome() {
@@ -53,13 +57,32 @@ QWidget* MacViewController::buildFullScreenChrome() {
     connect(exit, &QAbstractButton::clicked, this, &MacViewController::handleHideChromeTagTap);
     toggles->addWidget(swap);
     toggles->addWidget(exit);
-    fullScreenStatus_ = new QLabel(chrome);
+    // The status display's second set, then the line that names what is on screen.
+    auto* stats = new QHBoxLayout;
+    stats->setSpacing(20);
+    for (HUDStatView* windowed : {hudZoomStat_, hudIterStat_, hudCenterStat_, hudRenderStat_}) {
+        auto* copy = new HUDStatView(windowed->caption(), windowed->value(), chrome);
+        copy->setObjectName(QStringLiteral("fullScreen ") + windowed->caption());
+        stats->addWidget(copy);
+        fullScreenStats_.push_back(copy);
+    }
+    stats->addStretch(1);
+    column->addLayout(stats);
+    fullScreenStatus_ = new QLabel(fullScreenStatusLine(), chrome);
+    fullScreenStatus_->setObjectName(QStringLiteral("fullScreenStatus"));
     p = fullScreenStatus_->palette();
     p.setColor(QPalette::WindowText, Qt::white);
     fullScreenStatus_->setPalette(p);
     column->addWidget(fullScreenStatus_);
     chrome->hide();
     return chrome;
+}
+
+QString MacViewController::fullScreenStatusLine() const {
+    const QString name = currentBookmarkName_.value_or(QString());
+    return QStringLiteral("CURRENTLY VIEWING: %1  (%2)")
+        .arg(name.isEmpty() ? tr("Unsaved Location") : name,
+             QString::fromStdString(zoomText(zoomLevel(history_.current()))));
 }
 
 // The copy carries the windowed toggle's label and command; refreshControls keeps its state.
@@ -97,7 +120,17 @@ void MacViewController::enterFullScreen() {
     fullScreenChrome_->show();
     placeFullScreenChrome();
     exitFullScreenAction_->setEnabled(true);
+    windowedGeometry_ = geometry();
     showFullScreen();
+    // Without a window manager (a bare X server, a kiosk session) nobody acts on the request;
+    // the window then covers the screen itself, and gives the room back on the way out.
+    QTimer::singleShot(kWindowManagerGraceMs, this, [this] {
+        if (!chromeHidden_ || !isWindow() || !screen()) return;
+        const QRect whole = screen()->geometry();
+        if (geometry() == whole) return;
+        coveringScreenItself_ = true;
+        setGeometry(whole);
+    });
 }
 
 void MacViewController::exitFullScreen() {
@@ -110,6 +143,8 @@ void MacViewController::exitFullScreen() {
     sidebar_->show();
     statusBar_->show();
     showNormal();
+    if (coveringScreenItself_) setGeometry(windowedGeometry_);
+    coveringScreenItself_ = false;
 }
 
 // The flight pauses while the Julia view is in the big place and resumes when it leaves.

@@ -116,7 +116,10 @@ void MacViewController::updateStatus(double seconds) {
     hudIterStat_->setValue(QString::fromStdString(iterationsText(lastMaxIteration_)));
     hudCenterStat_->setValue(QString::fromStdString(centerText(v)));
     hudRenderStat_->setValue(QString::fromStdString(renderTimeText(seconds)));
-    fullScreenStatus_->setText(statusTexts().join(QStringLiteral("   ")));
+    const QStringList texts = statusTexts();
+    for (std::size_t i = 0; i < fullScreenStats_.size(); ++i)
+        fullScreenStats_[i]->setValue(texts[static_cast<qsizetype>(i)]);
+    fullScreenStatus_->setText(fullScreenStatusLine());
 }
 
 // The end-to-end test reads this line: the status texts and where the picture is on screen.

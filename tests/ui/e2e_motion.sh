@@ -2,7 +2,8 @@
 # End to end: motion in the real program on a virtual X display. Switches auto-explore on and
 # waits for it to zoom twice on its own (one interval after each completed picture), then
 # switches it off, starts the palette animation and checks that two screenshots a second apart
-# differ while the view stays put.
+# differ while the view stays put; then full screen (F11) must give the picture the whole
+# screen, and Escape the window back.
 # Usage: e2e_motion.sh PATH/TO/glimmerscape      Exit 77 (skipped) when Xvfb is missing.
 set -u
 program=${1:?usage: e2e_motion.sh PATH/TO/glimmerscape}
@@ -37,4 +38,20 @@ changed=$(compare -metric AE -crop "${pw}x${ph}+${px}+${py}" "$work/a.png" "$wor
 echo "animation: $changed of $((pw * ph)) picture pixels changed in a second"
 [ "${changed%.*}" -gt $((pw * ph / 20)) ] 2>/dev/null || fail "the animation did not visibly change the picture"
 [ "$(grep -c '^picture complete' "$work/out")" -eq 3 ] || fail "the view changed after auto-explore was switched off"
+
+# The window may pass through its own size first (then the picture renders twice).
+xdotool key ctrl+y F11
+screen="0,0,$(xdotool getdisplaygeometry | tr ' ' ',')"
+n=4
+full=$(wait_for_picture $n) || fail "no picture in full screen"
+if [ "$(field picture "$full")" != "$screen" ]; then
+    n=$((n + 1))
+    full=$(wait_for_picture $n) || fail "no second picture in full screen"
+fi
+echo "full:   $full"
+[ "$(field picture "$full")" = "$screen" ] || fail "full screen does not cover the screen"
+xdotool key Escape
+back=$(wait_for_picture $((n + 1))) || fail "no picture after leaving full screen"
+echo "back:   $back"
+[ "$(field picture "$back")" = "$px,$py,$pw,$ph" ] || fail "leaving full screen did not give the window back"
 echo "PASS"

@@ -2,8 +2,11 @@
 // steps and everything that ends the flight.
 #include <gtest/gtest.h>
 
+#include <QLabel>
+
 #include "explore/auto_explore.h"
 #include "ui/bracket_controls.h"
+#include "ui/hud_stat_view.h"
 #include "ui_test_support.h"
 
 namespace gs {
@@ -146,6 +149,15 @@ TEST(FullScreen, EveryCopyOfAToggleShowsTheStateOfItsTwin) {
         }
         ASSERT_TRUE(f.settle());
     }
+
+    // The status display's second set and the line naming what is on screen.
+    const auto* fullZoom = f.c().findChild<HUDStatView*>(QStringLiteral("fullScreen Zoom Level"));
+    const auto* fullTime = f.c().findChild<HUDStatView*>(QStringLiteral("fullScreen Computing Time"));
+    ASSERT_TRUE(fullZoom && fullTime);
+    EXPECT_EQ(fullZoom->value(), f.c().statusTexts().at(0));
+    EXPECT_EQ(fullTime->value(), f.c().statusTexts().at(3));
+    EXPECT_EQ(f.c().findChild<QLabel*>(QStringLiteral("fullScreenStatus"))->text(),
+              QStringLiteral("CURRENTLY VIEWING: Unsaved Location  (1.0×)"));
 
     // Esc first dismisses a shown box, then leaves full screen.
     f.view().restoreSelection(SelectionBox{0.2, 0.2, 0.3});
