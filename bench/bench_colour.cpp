@@ -96,6 +96,13 @@ int threadsFor(const benchmark::State& state, int argument) {
     return n == 0 ? tbb::info::default_concurrency() : n;
 }
 
+// The share of pixels handed to colorPixel over all iterations, and the thread count.
+void countFallback(benchmark::State& state, std::int64_t redone, std::size_t pixelsPerFrame, int threads) {
+    const double pixels = static_cast<double>(state.iterations()) * static_cast<double>(pixelsPerFrame);
+    state.counters["fallback"] = static_cast<double>(redone) / pixels;
+    state.counters["threads"] = threads;
+}
+
 // Arguments: width, height, shaded (0/1), threads (0: all).
 void BM_Recolour(benchmark::State& state) {
     const int w = static_cast<int>(state.range(0)), h = static_cast<int>(state.range(1));
@@ -114,10 +121,7 @@ void BM_Recolour(benchmark::State& state) {
         });
         benchmark::ClobberMemory();
     }
-    const double pixels =
-        static_cast<double>(state.iterations()) * static_cast<double>(pic.data.size());
-    state.counters["fallback"] = static_cast<double>(redone.load()) / pixels;
-    state.counters["threads"] = threads;
+    countFallback(state, redone.load(), pic.data.size(), threads);
 }
 
 // As BM_Recolour, but from kept inputs (made once, before timing), the cycle offset moving by
@@ -146,10 +150,7 @@ void BM_RecolourKept(benchmark::State& state) {
         });
         benchmark::ClobberMemory();
     }
-    const double pixels =
-        static_cast<double>(state.iterations()) * static_cast<double>(pic.data.size());
-    state.counters["fallback"] = static_cast<double>(redone.load()) / pixels;
-    state.counters["threads"] = threads;
+    countFallback(state, redone.load(), pic.data.size(), threads);
 }
 
 // Arguments: width, height, threads (0: all). Lights the unlit home view again and again (the

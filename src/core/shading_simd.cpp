@@ -237,15 +237,23 @@ HWY_INLINE void LoadPass(const Plan& pl, const PixelExtendedData* data, std::siz
     }
 }
 
-// The normalised counts.
-HWY_INLINE void CountPass(const Plan& pl, std::size_t count, Scratch& s) {
+// One approximated input of every vector that holds an exterior pixel: fn of the per-pixel
+// values in `in`, into value and err.
+template <class Fn>
+HWY_INLINE void InputPass(std::size_t count, Scratch& s, const double* in, double* value, double* err,
+                          Fn fn) {
     const D d;
     for (std::size_t at = 0; at < count; at += hn::Lanes(d)) {
         if (!s.live[at]) continue;
-        const Approx b = NormalisedCount(pl, hn::Load(d, s.nu + at));
-        hn::Store(b.v, d, s.count + at);
-        hn::Store(b.err, d, s.countErr + at);
+        const Approx a = fn(hn::Load(d, in + at));
+        hn::Store(a.v, d, value + at);
+        hn::Store(a.err, d, err + at);
     }
+}
+
+// The normalised counts.
+HWY_INLINE void CountPass(const Plan& pl, std::size_t count, Scratch& s) {
+    InputPass(count, s, s.nu, s.count, s.countErr, [&](V nu) { return NormalisedCount(pl, nu); });
 }
 
 // Palette cells: which two colours blend and by how much; marks lanes whose cell could
@@ -324,13 +332,7 @@ HWY_INLINE Approx GlowFalloff(const Plan& pl, V dist) {
 
 // The glow falloffs.
 HWY_INLINE void FalloffPass(const Plan& pl, std::size_t count, Scratch& s) {
-    const D d;
-    for (std::size_t at = 0; at < count; at += hn::Lanes(d)) {
-        if (!s.live[at]) continue;
-        const Approx e = GlowFalloff(pl, hn::Load(d, s.dist + at));
-        hn::Store(e.v, d, s.falloff + at);
-        hn::Store(e.err, d, s.falloffErr + at);
-    }
+    InputPass(count, s, s.dist, s.falloff, s.falloffErr, [&](V dist) { return GlowFalloff(pl, dist); });
 }
 
 // Glow amount a = G*e*strength.
