@@ -621,7 +621,7 @@ HWY_INLINE void KeepPass(const Plan& pl, std::size_t count, const Scratch& s,
 HWY_INLINE Approx RecallValue(const float* src, double rel, double abs) {
     const D d;
     const hn::Rebind<float, D> df;
-    const V v = hn::PromoteTo(d, hn::Load(df, src));
+    const V v = hn::PromoteTo(d, hn::LoadU(df, src));
     const V a = hn::Abs(v);
     return {a, hn::IfThenElseZero(SignBit(v), hn::Add(hn::Mul(a, hn::Set(d, rel)), hn::Set(d, abs)))};
 }
