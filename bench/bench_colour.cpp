@@ -30,7 +30,7 @@ struct Picture {
     int width = 0, height = 0;
     std::vector<gs::PixelExtendedData> data;
     std::vector<std::uint8_t> pixels;
-    std::vector<float> elevation;
+    gs::PictureBuffer<float> elevation;
 };
 
 template <class Fn>

@@ -63,8 +63,8 @@ ReliefLight effectiveLight(const ReliefLight& light, double dramaBoost);
 // picture is recoloured again and again. About 20 bytes a pixel with every shading on.
 struct KeptColourInputs {
     std::optional<ColourInputKey> key;  // set while every row holds inputs made under it
-    std::vector<double, PopulatedAllocator<double>> count;
-    std::vector<float, PopulatedAllocator<float>> weight, falloff, edge;
+    PictureBuffer<double> count;
+    PictureBuffer<float> weight, falloff, edge;
 
     // The inputs no longer describe the data (new rows, another size).
     void invalidate() { key.reset(); }
@@ -82,10 +82,10 @@ struct KeptColourInputs {
 // The per-pixel buffers of one picture, zero-filled when made.
 struct Frame {
     int width = 0, height = 0;
-    std::vector<std::uint8_t> pixels;          // width x height x RGBA, rows top to bottom
-    std::vector<PixelExtendedData> data;       // one record per pixel
-    std::vector<std::uint8_t> reliefBase;      // the unlit colours, input of the relief pass
-    std::vector<float> elevation;              // relief elevation cache; empty when stale
+    PictureBuffer<std::uint8_t> pixels;        // width x height x RGBA, rows top to bottom
+    PictureBuffer<PixelExtendedData> data;     // one record per pixel
+    PictureBuffer<std::uint8_t> reliefBase;    // the unlit colours, input of the relief pass
+    PictureBuffer<float> elevation;            // relief elevation cache; empty when stale
     KeptColourInputs keptInputs;               // while the picture is recoloured repeatedly
 
     // Reallocates zero-filled buffers; returns false (keeping everything) when the size is

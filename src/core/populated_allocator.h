@@ -10,6 +10,7 @@
 #include <cstddef>
 #include <memory>
 #include <new>
+#include <vector>
 
 namespace gs {
 
@@ -50,5 +51,9 @@ struct PopulatedAllocator {
         return true;
     }
 };
+
+// A picture-sized buffer.
+template <class T>
+using PictureBuffer = std::vector<T, PopulatedAllocator<T>>;
 
 }  // namespace gs

@@ -192,7 +192,7 @@ void rawLightFromAzimuth(double azimuthDegrees, double strengthPercent, double& 
 // ---- Relief elevation ----
 
 void buildElevation(const PixelExtendedData* data, std::size_t count, std::int32_t maxIter,
-                    std::vector<float>& cache) {
+                    PictureBuffer<float>& cache) {
     if (cache.size() == count) return;
     cache.assign(count, 0.0f);
     const double logMaxIter = std::log(static_cast<double>(maxIter) + 1);

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "palette.h"
+#include "populated_allocator.h"
 
 namespace gs {
 
@@ -140,7 +141,7 @@ void juliaColorRow(const JuliaColorParams& p, const float* nu, std::size_t count
 // Relief elevation H per pixel: ln(max(nu, 0) + 1) / ln(maxIter + 1) in float; interior 1.
 // Rebuilt only when cache.size() differs from count.
 void buildElevation(const PixelExtendedData* data, std::size_t count, std::int32_t maxIter,
-                    std::vector<float>& cache);
+                    PictureBuffer<float>& cache);
 
 // Blinn-Phong relief over a width x height RGBA picture, in place: pixels holds the unlit
 // colours on entry and the lit ones on return. Rows run in parallel.

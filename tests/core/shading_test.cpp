@@ -628,15 +628,15 @@ TEST(ReliefElevation, LogarithmicHeightInteriorPlateauRebuiltOnlyOnNewSize) {
     const std::tuple<std::int32_t, float, float> cases[] = {
         {255, 15, 0.5f}, {255, -4, 0}, {255, 255, 1}, {255, kNaNf, 1}, {0, 255, 0}, {-3, -7, 0}};
     for (auto [maxIter, nu, height] : cases) {
-        std::vector<float> cache;
+        PictureBuffer<float> cache;
         const PixelExtendedData px{nu, 0, 0};
         buildElevation(&px, 1, maxIter, cache);
-        EXPECT_EQ(cache, std::vector<float>{height}) << maxIter << " " << nu;
+        EXPECT_EQ(cache, PictureBuffer<float>{height}) << maxIter << " " << nu;
     }
     const std::vector<PixelExtendedData> data(6, {3, 0, 0});
-    std::vector<float> cache(6, 7.0f);
+    PictureBuffer<float> cache(6, 7.0f);
     buildElevation(data.data(), data.size(), 255, cache);
-    EXPECT_EQ(cache, std::vector<float>(6, 7.0f));
+    EXPECT_EQ(cache, PictureBuffer<float>(6, 7.0f));
 }
 
 }  // namespace

@@ -45,7 +45,7 @@ TEST(PaletteAnimation, TicksAdvanceBySpeedTimesTimeButNotDuringARender) {
     ASSERT_TRUE(e.settle());
     tick();
     ASSERT_TRUE(e.settle());
-    const std::vector<std::uint8_t> animated = frame.pixels;
+    const auto animated = frame.pixels;
     e.c().toggleAnimateColors();
     EXPECT_FALSE(e.c().animationTimerRunning());
     EXPECT_TRUE(frame.keptInputs.count.empty());
