@@ -23,9 +23,10 @@ double uptimeSeconds() {
 
 void MacViewController::toggleAnimateColors() {
     animateColorsEnabled_ = !animateColorsEnabled_;
-    if (animateColorsEnabled_)
+    if (animateColorsEnabled_) {
+        keptInputsReady();  // their memory gets ready while the first ticks come
         startAnimationTimer();
-    else
+    } else
         stopAnimationTimer();
     refreshControls();
 }
