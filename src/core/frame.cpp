@@ -185,7 +185,6 @@ std::uint64_t renderFrame(const RenderRequest& r, Frame& frame) {
     frame.resize(r.width, r.height);
     frame.elevation.clear();
     frame.keptInputs.invalidate();
-
     if (r.width < 1 || r.height < 1) return 0;
     std::atomic<std::uint64_t> total{0};
     const auto w = static_cast<std::size_t>(r.width);

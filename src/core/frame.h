@@ -106,7 +106,7 @@ std::uint64_t renderFrame(const RenderRequest& r, Frame& frame);
 // Recolours the frame from its stored data in parallel rows; rebuilds the relief when on,
 // else drops the elevation cache. With keepInputs (palette animation, sound) a Mandelbrot
 // frame keeps its palette-independent inputs and the next recolours under the same key
-// colour from them: the same bytes, in about half the time. Whoever writes the frame's data
+// colour from them: the same bytes, in about two thirds of the time. Whoever writes the frame's data
 // must invalidate them.
 void recolorFrame(const RenderRequest& colour, Frame& frame, bool keepInputs = false);
 

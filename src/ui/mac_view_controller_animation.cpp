@@ -26,8 +26,9 @@ void MacViewController::toggleAnimateColors() {
     if (animateColorsEnabled_) {
         keptInputsReady();  // their memory gets ready while the first ticks come
         startAnimationTimer();
-    } else
+    } else {
         stopAnimationTimer();
+    }
     refreshControls();
 }
 
