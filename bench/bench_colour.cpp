@@ -103,30 +103,10 @@ void countFallback(benchmark::State& state, std::int64_t redone, std::size_t pix
     state.counters["threads"] = threads;
 }
 
-// Arguments: width, height, shaded (0/1), threads (0: all).
-void BM_Recolour(benchmark::State& state) {
-    const int w = static_cast<int>(state.range(0)), h = static_cast<int>(state.range(1));
-    Picture& pic = picture(w, h);
-    const gs::ColorParams p = params(w, state.range(2) != 0);
-    const int threads = threadsFor(state, 3);
-    tbb::global_control limit(tbb::global_control::max_allowed_parallelism,
-                              static_cast<std::size_t>(threads));
-    const auto row = static_cast<std::size_t>(w);
-    std::atomic<std::int64_t> redone{0};
-    for (auto _ : state) {
-        forRows(h, [&](int r) {
-            const std::size_t at = static_cast<std::size_t>(r) * row;
-            redone += gs::detail::colorRowCounted(p, pic.data.data() + at, row,
-                                                  pic.pixels.data() + at * 4);
-        });
-        benchmark::ClobberMemory();
-    }
-    countFallback(state, redone.load(), pic.data.size(), threads);
-}
-
-// As BM_Recolour, but from kept inputs (made once, before timing), the cycle offset moving by
-// one animation tick each time: the palette animation's recolour.
-void BM_RecolourKept(benchmark::State& state) {
+// Arguments: width, height, shaded (0/1), threads (0: all). With `kept`, colours from kept
+// inputs (made once, before timing) with the cycle offset moving by one animation tick each
+// time: the palette animation's recolour.
+void recolour(benchmark::State& state, bool kept) {
     const int w = static_cast<int>(state.range(0)), h = static_cast<int>(state.range(1));
     Picture& pic = picture(w, h);
     gs::ColorParams p = params(w, state.range(2) != 0);
@@ -134,24 +114,31 @@ void BM_RecolourKept(benchmark::State& state) {
     tbb::global_control limit(tbb::global_control::max_allowed_parallelism,
                               static_cast<std::size_t>(threads));
     const auto row = static_cast<std::size_t>(w);
-    gs::KeptColourInputs kept;
-    kept.prepare(gs::colourInputKey(p), pic.data.size());
-    forRows(h, [&](int r) {
-        const std::size_t at = static_cast<std::size_t>(r) * row;
-        gs::colorRowKeeping(p, pic.data.data() + at, row, kept.row(at), pic.pixels.data() + at * 4);
-    });
-    std::atomic<std::int64_t> redone{0};
-    for (auto _ : state) {
-        p.cycleOffset = std::fmod(p.cycleOffset + 0.004, 1.0);
+    gs::KeptColourInputs inputs;
+    if (kept) {
+        inputs.prepare(gs::colourInputKey(p), pic.data.size());
         forRows(h, [&](int r) {
             const std::size_t at = static_cast<std::size_t>(r) * row;
-            redone += gs::colorRowFromInputs(p, pic.data.data() + at, row, kept.row(at),
-                                             pic.pixels.data() + at * 4);
+            gs::colorRowKeeping(p, pic.data.data() + at, row, inputs.row(at), pic.pixels.data() + at * 4);
+        });
+    }
+    std::atomic<std::int64_t> redone{0};
+    for (auto _ : state) {
+        if (kept) p.cycleOffset = std::fmod(p.cycleOffset + 0.004, 1.0);
+        forRows(h, [&](int r) {
+            const std::size_t at = static_cast<std::size_t>(r) * row;
+            const gs::PixelExtendedData* data = pic.data.data() + at;
+            std::uint8_t* out = pic.pixels.data() + at * 4;
+            redone += kept ? gs::colorRowFromInputs(p, data, row, inputs.row(at), out)
+                           : gs::detail::colorRowCounted(p, data, row, out);
         });
         benchmark::ClobberMemory();
     }
     countFallback(state, redone.load(), pic.data.size(), threads);
 }
+
+void BM_Recolour(benchmark::State& state) { recolour(state, false); }
+void BM_RecolourKept(benchmark::State& state) { recolour(state, true); }
 
 // Arguments: width, height, threads (0: all). Lights the unlit home view again and again (the
 // cost does not depend on the colours).

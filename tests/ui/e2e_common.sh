@@ -49,6 +49,12 @@ wait_for_picture() {
     return 1
 }
 field() { sed -n "s/.* $1=\([^ ]*\).*/\1/p" <<<"$2"; }
+# Waits for the first picture: sets `first` to its line and px py pw ph to where it is.
+wait_for_first_picture() {
+    first=$(wait_for_picture 1) || fail "no first picture"
+    echo "first:  $first"
+    IFS=, read -r px py pw ph <<<"$(field picture "$first")"
+}
 # "r g b" of one screen pixel (x, y, optional screenshot file, default shot.png).
 pixel() {
     convert "$work/${3:-shot.png}" -format "%[fx:int(255*p{$1,$2}.r+0.5)] %[fx:int(255*p{$1,$2}.g+0.5)] %[fx:int(255*p{$1,$2}.b+0.5)]" info:

@@ -10,9 +10,7 @@ program=${1:?usage: e2e_motion.sh PATH/TO/glimmerscape}
 
 source "$(dirname "$0")/e2e_common.sh"
 
-first=$(wait_for_picture 1) || fail "no first picture"
-echo "first:  $first"
-IFS=, read -r px py pw ph <<<"$(field picture "$first")"
+wait_for_first_picture
 
 # Without a window manager the window gets the keyboard only after a click; a plain click on
 # the picture with no zoom box shown does nothing else.

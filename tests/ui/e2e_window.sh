@@ -8,9 +8,7 @@ program=${1:?usage: e2e_window.sh PATH/TO/glimmerscape}
 
 source "$(dirname "$0")/e2e_common.sh"
 
-first=$(wait_for_picture 1) || fail "no first picture"
-echo "first:  $first"
-IFS=, read -r px py pw ph <<<"$(field picture "$first")"
+wait_for_first_picture
 [ "$(field zoom "$first")" = "1.0×" ] || fail "unexpected first zoom text"
 [ "$(field iter "$first")" = "255" ] || fail "unexpected first iteration ceiling"
 
