@@ -44,10 +44,16 @@ bench: build
 clean:
 	rm -rf $(BUILD)
 
-.PHONY: icons
+.PHONY: icons register-scheme unregister-scheme
 
 # Renders the PNG icons again from the SVG (after changing it; commit the PNGs).
 icons:
 	@$(MAKE) --no-print-directory deps DEBIAN_PACKAGES=librsvg2-bin
 	data/icons/render-pngs.sh
 
+# Makes glimmerscape:// links open the built program for the current user, without installing.
+register-scheme: build
+	data/register-scheme.sh $(BUILD)/src/app/glimmerscape
+
+unregister-scheme:
+	data/register-scheme.sh --remove

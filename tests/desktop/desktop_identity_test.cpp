@@ -17,9 +17,9 @@ QString readText(const QString& path) {
     return file.open(QIODevice::ReadOnly) ? QString::fromUtf8(file.readAll()) : QString();
 }
 
-// The launcher, the AppStream component, the icon and the build's install rules must all name
-// the application as the program does, or desktops cannot match the running window to its
-// launcher and icon.
+// The launcher, the AppStream component, the icon, the build's install rules and the scheme
+// registration must all name the application as the program does, or desktops cannot match
+// the running window to its launcher and icon.
 TEST(DesktopIdentity, OneApplicationIdEverywhere) {
     const QString id = QString::fromLatin1(kApplicationId);
     EXPECT_EQ(id, QStringLiteral(GS_CMAKE_APP_ID));
@@ -29,6 +29,7 @@ TEST(DesktopIdentity, OneApplicationIdEverywhere) {
     EXPECT_TRUE(metainfo.contains("<id>" + id + "</id>"));
     EXPECT_TRUE(metainfo.contains("<launchable type=\"desktop-id\">" + id + ".desktop<"));
     EXPECT_TRUE(QFile::exists(data + "icons/hicolor/scalable/apps/" + id + ".svg"));
+    EXPECT_TRUE(readText(data + "register-scheme.sh").contains("\nid=" + id + '\n'));
 }
 
 int groupOrOtherAccess(const QString& path) {
