@@ -1,17 +1,20 @@
 // One window per user: a later start of the program hands its link to the window that is
 // already running, over a local socket, and exits.
 //
-// Use, on the GUI thread, once the QApplication exists and before the window is made:
+// Use in main, on the GUI thread, before the window is made:
 //
+//     const QByteArray token = gs::SingleInstance::activationTokenFromEnvironment();
+//     QApplication app(argc, argv);
 //     gs::SingleInstance instance;
-//     switch (instance.start(link, gs::SingleInstance::activationTokenFromEnvironment())) {
-//     case gs::SingleInstance::Outcome::handedOver: return 0;  // the running window has it
-//     case gs::SingleInstance::Outcome::listening:             // this is the running window
-//     case gs::SingleInstance::Outcome::standalone: break;     // no hand-over possible
-//     }
-//     // the start's own link waits until the window has appeared; later ones arrive by signal
-//     connect(&instance, &SingleInstance::activationRequested, ...raise the window...);
-//     connect(&instance, &SingleInstance::linkReceived, ...open the link...);
+//     if (instance.start(link, token) == gs::SingleInstance::Outcome::handedOver) return 0;
+//     // Otherwise this process shows the window. Its own link waits until the window has
+//     // appeared; later starts' requests arrive by signal:
+//     connect(&instance, &gs::SingleInstance::activationRequested, [&](const QByteArray& t) {
+//         if (!t.isEmpty()) qputenv("XDG_ACTIVATION_TOKEN", t);  // Wayland lets it come forward
+//         window.raise();
+//         window.activateWindow();
+//     });
+//     connect(&instance, &gs::SingleInstance::linkReceived, ...open the link...);
 #pragma once
 
 #include <QByteArray>
@@ -43,7 +46,8 @@ public:
     static QString defaultSocketPath();
 
     // What the desktop gave this start to let the running window come to the front:
-    // XDG_ACTIVATION_TOKEN (Wayland), else DESKTOP_STARTUP_ID (X11).
+    // XDG_ACTIVATION_TOKEN (Wayland), else DESKTOP_STARTUP_ID (X11). Read it before the
+    // QApplication is made: Qt's platform plugins may take these out of the environment.
     static QByteArray activationTokenFromEnvironment();
 
     // Hands link and token to a running instance, or, when none answers the socket, clears a

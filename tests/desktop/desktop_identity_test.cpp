@@ -32,54 +32,39 @@ TEST(DesktopIdentity, OneApplicationIdEverywhere) {
     EXPECT_TRUE(readText(data + "register-scheme.sh").contains("\nid=" + id + '\n'));
 }
 
-int groupOrOtherAccess(const QString& path) {
+void restoreEnv(const char* name, const QByteArray& value) {
+    if (value.isNull()) qunsetenv(name); else qputenv(name, value);
+}
+
+bool isOwnerOnly(const QString& dir) {
     struct stat info {};
-    ::stat(QFile::encodeName(path).constData(), &info);
-    return static_cast<int>(info.st_mode & 077);
+    return ::lstat(QFile::encodeName(dir).constData(), &info) == 0 && (info.st_mode & 077) == 0;
 }
 
-class SocketPlace : public ::testing::Test {
-protected:
-    void SetUp() override {
-        ASSERT_TRUE(temp.isValid());
-        qputenv("TMPDIR", QFile::encodeName(temp.path()));
-    }
-    void TearDown() override {
-        restore("XDG_RUNTIME_DIR", runtimeDir);
-        restore("TMPDIR", tmpDir);
-    }
-    static void restore(const char* name, const QByteArray& value) {
-        if (value.isNull()) qunsetenv(name); else qputenv(name, value);
-    }
-
-    QByteArray runtimeDir = qgetenv("XDG_RUNTIME_DIR"), tmpDir = qgetenv("TMPDIR");
+// The socket lives in the runtime directory; without a usable one, in a private folder of the
+// temporary directory that is made (or tightened) to owner-only access, and never through a
+// symbolic link someone could have planted there.
+TEST(SocketPlace, RuntimeDirectoryOrAPrivateFolder) {
+    const QByteArray savedRuntime = qgetenv("XDG_RUNTIME_DIR"), savedTmp = qgetenv("TMPDIR");
     QTemporaryDir temp;
-    QString privateDir = temp.filePath("glimmerscape-" + QString::number(::geteuid()));
-    QString socketName = QString::fromLatin1(kApplicationId) + ".socket";
-};
+    qputenv("TMPDIR", QFile::encodeName(temp.path()));
+    const QString name = QString::fromLatin1(kApplicationId) + ".socket";
+    const QString privateDir = temp.filePath("glimmerscape-" + QString::number(::geteuid()));
 
-TEST_F(SocketPlace, IsInTheRuntimeDirectoryWhenThereIsOne) {
     qputenv("XDG_RUNTIME_DIR", QFile::encodeName(temp.path()));
-    EXPECT_EQ(SingleInstance::defaultSocketPath(), temp.filePath(socketName));
-}
-
-TEST_F(SocketPlace, FallsBackToAPrivateFolderOfTheUser) {
+    EXPECT_EQ(SingleInstance::defaultSocketPath(), temp.filePath(name));
     for (const char* runtime : {"", "relative/run", "/nonexistent/run"}) {
         qputenv("XDG_RUNTIME_DIR", runtime);
-        EXPECT_EQ(SingleInstance::defaultSocketPath(), privateDir + u'/' + socketName) << runtime;
-        EXPECT_EQ(groupOrOtherAccess(privateDir), 0) << runtime;
+        EXPECT_EQ(SingleInstance::defaultSocketPath(), privateDir + u'/' + name) << runtime;
+        EXPECT_TRUE(isOwnerOnly(privateDir)) << runtime;
+        ::chmod(QFile::encodeName(privateDir).constData(), 0755);
     }
-    qunsetenv("XDG_RUNTIME_DIR");
-    ::chmod(QFile::encodeName(privateDir).constData(), 0755);
-    EXPECT_EQ(SingleInstance::defaultSocketPath(), privateDir + u'/' + socketName);
-    EXPECT_EQ(groupOrOtherAccess(privateDir), 0);  // tightened again
-}
-
-TEST_F(SocketPlace, RefusesAFolderThatIsALink) {
-    qunsetenv("XDG_RUNTIME_DIR");
-    ASSERT_TRUE(QDir(temp.path()).mkdir("elsewhere"));
-    ASSERT_TRUE(QFile::link(temp.filePath("elsewhere"), privateDir));
+    ASSERT_TRUE(QDir(privateDir).removeRecursively());
+    ASSERT_TRUE(QFile::link(temp.path(), privateDir));
     EXPECT_EQ(SingleInstance::defaultSocketPath(), QString());
+
+    restoreEnv("XDG_RUNTIME_DIR", savedRuntime);
+    restoreEnv("TMPDIR", savedTmp);
 }
 
 }  // namespace
