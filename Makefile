@@ -6,7 +6,8 @@ BUILD_TYPE ?= RelWithDebInfo
 DEBIAN_PACKAGES := cmake ninja-build g++ pkg-config \
 	qt6-base-dev qt6-qpa-plugins libxkbcommon-dev fonts-dejavu-core libhwy-dev libtbb-dev \
 	libgtest-dev libgmock-dev libbenchmark-dev \
-	xvfb xauth xdotool imagemagick
+	xvfb xauth xdotool imagemagick \
+	desktop-file-utils appstream xdg-utils
 
 .PHONY: all deps configure build run test bench clean
 
@@ -42,3 +43,17 @@ bench: build
 
 clean:
 	rm -rf $(BUILD)
+
+.PHONY: icons register-scheme unregister-scheme
+
+# Renders the PNG icons again from the SVG (after changing it; commit the PNGs).
+icons:
+	@$(MAKE) --no-print-directory deps DEBIAN_PACKAGES=librsvg2-bin
+	data/icons/render-pngs.sh
+
+# Makes glimmerscape:// links open the built program for the current user, without installing.
+register-scheme: build
+	data/register-scheme.sh $(BUILD)/src/app/glimmerscape
+
+unregister-scheme:
+	data/register-scheme.sh --remove

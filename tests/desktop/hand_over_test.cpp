@@ -1,0 +1,173 @@
+#include <gtest/gtest.h>
+
+#include <QLocalServer>
+#include <QLocalSocket>
+#include <QSignalSpy>
+#include <QTemporaryDir>
+#include <QTest>
+#include <QtEndian>
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+#include "app/hand_over_frame.h"
+#include "app/single_instance.h"
+
+namespace gs {
+namespace {
+
+QByteArray header(quint32 length) {
+    QByteArray bytes(kHandOverMagic, 4);
+    bytes.resize(kHandOverHeaderSize);
+    qToBigEndian(length, bytes.data() + 4);
+    return bytes;
+}
+
+TEST(HandOverFrame, RoundTripsAndIsIncompleteUntilTheLastByte) {
+    const HandOverMessage cases[] = {
+        {QStringLiteral("glimmerscape://bookmark?v=1&name=Caf%C3%A9"), QByteArray()},
+        {QStringLiteral("glimmerscape://bookmark?name=Spirale d’été"), "kwin-4711_TIME123"},
+        {QString(), "startup-id"},
+        {QString(), QByteArray()},
+    };
+    for (const HandOverMessage& sent : cases) {
+        const QByteArray frame = encodeHandOverFrame(sent);
+        HandOverMessage got;
+        for (qsizetype n = 0; n < frame.size(); ++n)
+            ASSERT_EQ(readHandOverFrame(frame.first(n), &got), HandOverFrameStatus::incomplete) << n;
+        ASSERT_EQ(readHandOverFrame(frame, &got), HandOverFrameStatus::complete);
+        EXPECT_EQ(got.link, sent.link);
+        EXPECT_EQ(got.activationToken, sent.activationToken);
+    }
+}
+
+TEST(HandOverFrame, RefusesWhatCannotBecomeAFrame) {
+    const QByteArray valid = encodeHandOverFrame({QStringLiteral("glimmerscape://x"), "t"});
+    const QByteArray cases[] = {
+        "X",                                             // wrong magic, seen at the first byte
+        QByteArray("GSH2") + header(1).sliced(4) + "a",  // another protocol version
+        header(kHandOverMaxPayload + 1),                 // a length above the bound
+        header(0xffffffffu),
+        valid + "!",                                     // bytes after the frame
+        header(5) + QByteArray("x\0a b", 5),             // a token with a blank
+        header(4) + QByteArray("x\0\x01\x02", 4),        // a token with control bytes
+    };
+    for (const QByteArray& bytes : cases) {
+        HandOverMessage got;
+        EXPECT_EQ(readHandOverFrame(bytes, &got), HandOverFrameStatus::invalid) << bytes.toHex().constData();
+    }
+}
+
+TEST(HandOverFrame, EncoderKeepsWithinTheBound) {
+    const QString longest(kHandOverMaxPayload, u'a');
+    EXPECT_EQ(encodeHandOverFrame({longest, {}}).size(), kHandOverMaxFrame);
+    EXPECT_TRUE(encodeHandOverFrame({longest + u'a', {}}).isEmpty());
+    HandOverMessage got;  // an unusable token is left out rather than spoiling the frame
+    ASSERT_EQ(readHandOverFrame(encodeHandOverFrame({QStringLiteral("l"), "bad token"}), &got),
+              HandOverFrameStatus::complete);
+    EXPECT_TRUE(got.activationToken.isEmpty());
+}
+
+// A first instance listening on a socket in a temporary folder; later starts run in this
+// process too and reach it over the real socket.
+class HandOver : public ::testing::Test {
+protected:
+    QTemporaryDir dir;
+    QString path = dir.filePath(QStringLiteral("hand-over.socket"));
+    SingleInstance first{path};
+    QSignalSpy activations{&first, &SingleInstance::activationRequested};
+    QSignalSpy links{&first, &SingleInstance::linkReceived};
+    int answerMs = 2000;
+
+    void startFirst() { ASSERT_EQ(first.start(QString()), SingleInstance::Outcome::listening); }
+    SingleInstance::Outcome startAnother(const QString& link, const QByteArray& token = {}) {
+        SingleInstance another(path);
+        another.setTimeouts(answerMs, 2000);
+        return another.start(link, token);
+    }
+    void connectRaw(QLocalSocket& socket) {
+        socket.connectToServer(path);
+        ASSERT_TRUE(socket.waitForConnected(1000));
+    }
+};
+
+TEST_F(HandOver, LaterStartsHandTheirLinkToTheFirst) {
+    startFirst();
+    const QString link = QStringLiteral("glimmerscape://bookmark?v=1&name=Seahorse");
+    EXPECT_EQ(startAnother(link, "token-1"), SingleInstance::Outcome::handedOver);
+    EXPECT_EQ(startAnother(QString()), SingleInstance::Outcome::handedOver);
+    ASSERT_EQ(activations.size(), 2);
+    EXPECT_EQ(activations[0][0].toByteArray(), "token-1");
+    ASSERT_EQ(links.size(), 1);  // a start without a link only brings the window forward
+    EXPECT_EQ(links[0][0].toString(), link);
+}
+
+TEST_F(HandOver, ASocketLeftByACrashIsCleared) {
+    const int fd = ::socket(AF_UNIX, SOCK_STREAM, 0);
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    const QByteArray name = QFile::encodeName(path);
+    std::copy(name.begin(), name.end(), address.sun_path);
+    ASSERT_EQ(::bind(fd, reinterpret_cast<sockaddr*>(&address), sizeof address), 0);
+    ::close(fd);  // bound, then gone without removing the file, as after a crash
+
+    startFirst();
+    EXPECT_EQ(startAnother(QStringLiteral("glimmerscape://x")), SingleInstance::Outcome::handedOver);
+}
+
+TEST_F(HandOver, WithoutAnAnswerTheStartRunsAlone) {
+    QLocalServer mute;  // alive, but never reads
+    ASSERT_TRUE(mute.listen(path));
+    answerMs = 200;
+    EXPECT_EQ(startAnother(QStringLiteral("glimmerscape://x")), SingleInstance::Outcome::standalone);
+    EXPECT_EQ(SingleInstance(QString()).start(QString()), SingleInstance::Outcome::standalone);
+}
+
+TEST_F(HandOver, AFrameTrickledByteByByteArrives) {
+    startFirst();
+    QLocalSocket slow;
+    connectRaw(slow);
+    for (const char byte : encodeHandOverFrame({QStringLiteral("glimmerscape://slow"), {}})) {
+        slow.putChar(byte);
+        slow.flush();
+        QTest::qWait(1);
+    }
+    ASSERT_TRUE(QTest::qWaitFor([&] { return slow.bytesAvailable() > 0; }, 2000));
+    EXPECT_EQ(slow.read(1), QByteArray(1, kHandOverAck));
+    ASSERT_EQ(links.size(), 1);
+    EXPECT_EQ(links[0][0].toString(), QStringLiteral("glimmerscape://slow"));
+}
+
+// A sender that breaks the protocol is cut off without a signal, and the instance goes on
+// serving proper starts.
+struct Hostile {
+    const char* name;
+    QByteArray bytes;
+};
+void PrintTo(const Hostile& hostile, std::ostream* out) { *out << hostile.name; }
+
+class HostileSender : public HandOver, public ::testing::WithParamInterface<Hostile> {};
+
+TEST_P(HostileSender, IsCutOffAndTheReceiverStaysWell) {
+    first.setTimeouts(300, 300);
+    startFirst();
+    QLocalSocket hostile;
+    connectRaw(hostile);
+    hostile.write(GetParam().bytes);
+    hostile.flush();
+    EXPECT_TRUE(QTest::qWaitFor([&] { return hostile.state() == QLocalSocket::UnconnectedState; }, 3000));
+    EXPECT_EQ(hostile.read(1), QByteArray());  // never acknowledged
+    EXPECT_EQ(activations.size(), 0);
+    EXPECT_EQ(startAnother(QStringLiteral("glimmerscape://y")), SingleInstance::Outcome::handedOver);
+}
+
+INSTANTIATE_TEST_SUITE_P(Frames, HostileSender, ::testing::Values(
+    Hostile{"AnotherProtocol", "GET / HTTP/1.1\r\n\r\n"},
+    Hostile{"HugeLength", header(0x7fffffffu)},
+    Hostile{"BytesAfterTheFrame", encodeHandOverFrame({QStringLiteral("glimmerscape://z"), {}}) + "more"},
+    Hostile{"HalfAFrameThenSilence", header(100) + "half of it"},
+    Hostile{"Silence", QByteArray()}),
+    [](const ::testing::TestParamInfo<Hostile>& info) { return std::string(info.param.name); });
+
+}  // namespace
+}  // namespace gs
