@@ -2,6 +2,10 @@
 // manifest, the sections of entries with their swatches, selection across collections, and
 // importing the selection. The screens show what these models hold and call their operations;
 // the models tell them about changes through the `on…` callbacks. GUI thread only.
+//
+// onChanged and onImportFinished run from inside the network's signal handlers: a screen may
+// open an alert there, but must not destroy the model there (use deleteLater for its owner).
+// A model serves one visit: make a new one each time a library screen opens.
 #pragma once
 
 #include <QObject>
