@@ -6,7 +6,7 @@ BUILD_TYPE ?= RelWithDebInfo
 DEBIAN_PACKAGES := cmake ninja-build g++ pkg-config \
 	qt6-base-dev qt6-qpa-plugins libxkbcommon-dev fonts-dejavu-core libhwy-dev libtbb-dev \
 	libgtest-dev libgmock-dev libbenchmark-dev \
-	xvfb xauth xdotool imagemagick \
+	xvfb xauth xdotool imagemagick openssl \
 	desktop-file-utils appstream xdg-utils
 
 .PHONY: all deps configure build run test bench clean

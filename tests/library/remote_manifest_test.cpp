@@ -1,0 +1,120 @@
+#include <gtest/gtest.h>
+
+#include <QSettings>
+#include <QTemporaryDir>
+
+#include "library/library_location.h"
+#include "library/remote_manifest.h"
+
+namespace gs {
+namespace {
+
+TEST(RemoteManifest, DecodesEveryFieldAndTheOptionalOnes) {
+    const auto m = decodeRemotePaletteManifest(R"({"manifestVersion": 3, "extra": true, "collections": [
+        {"id": "warm", "title": "Warm", "path": "warm/", "credit": "Ada", "license": "CC0-1.0",
+         "palettes": [{"name": "Ember", "file": "Ember.map", "swatch": ["#ff8000", "000000"]}]},
+        {"id": "warm", "title": "Again", "path": "", "credit": null, "palettes": []}]})");
+    ASSERT_TRUE(m);
+    EXPECT_EQ(m->manifestVersion, 3);
+    ASSERT_EQ(m->collections.size(), 2);
+    const RemoteCollection& warm = m->collections[0];
+    EXPECT_EQ(warm.path, QStringLiteral("warm/"));
+    EXPECT_EQ(warm.credit, QStringLiteral("Ada"));
+    EXPECT_EQ(warm.license, QStringLiteral("CC0-1.0"));
+    EXPECT_EQ(warm.palettes[0].file, QStringLiteral("Ember.map"));
+    EXPECT_EQ(warm.palettes[0].swatch, (QStringList{QStringLiteral("#ff8000"), QStringLiteral("000000")}));
+    EXPECT_EQ(m->collections[1].credit, std::nullopt);
+    EXPECT_EQ(m->collections[1].license, std::nullopt);
+
+    const auto b = decodeRemoteBookmarkManifest(R"({"manifestVersion": -1, "collections": [
+        {"id": "z", "title": "Z", "path": "z", "bookmarks": [
+            {"name": "Spiral", "file": "Spiral.json", "xmin": -0.75, "xmax": -0.5, "swatch": []}]}]})");
+    ASSERT_TRUE(b);
+    const RemoteBookmarkEntry& spiral = b->collections[0].bookmarks[0];
+    EXPECT_EQ(spiral.xmin, -0.75);
+    EXPECT_EQ(remoteBookmarkZoom(spiral), 16.0);
+    EXPECT_EQ(remoteBookmarkZoom({{}, {}, 1.0, 1.0, {}}), 1.0);
+}
+
+TEST(RemoteManifest, RefusesWhatDoesNotDecode) {
+    for (const char* json : {"", "[]", R"({"manifestVersion": 1, "collections": [)", R"({"collections": []})",
+                             R"({"manifestVersion": 1.5, "collections": []})",
+                             R"({"manifestVersion": "1", "collections": []})",
+                             R"({"manifestVersion": 1, "collections": [7]})"})
+        EXPECT_FALSE(decodeRemotePaletteManifest(json)) << json;
+    // A mistyped optional key, an entry key missing, mistyped or null, a bookmark collection.
+    for (const char* fields : {R"("credit": 5, "palettes": [])",
+                               R"("palettes": [{"name": "x", "file": "x.map"}])",
+                               R"("palettes": [{"name": "x", "file": "x.map", "swatch": [255]}])",
+                               R"("palettes": [{"name": null, "file": "x.map", "swatch": []}])",
+                               R"("bookmarks": [])"}) {
+        const QString json = QStringLiteral(R"({"manifestVersion": 1, "collections": [
+            {"id": "a", "title": "A", "path": "", %1}]})").arg(QLatin1String(fields));
+        EXPECT_FALSE(decodeRemotePaletteManifest(json.toUtf8())) << fields;
+    }
+    EXPECT_FALSE(decodeRemoteBookmarkManifest(R"({"manifestVersion": 1, "collections": [{"id": "a",
+        "title": "A", "path": "", "bookmarks": [
+            {"name": "x", "file": "x", "xmin": "0", "xmax": 1, "swatch": []}]}]})"));
+}
+
+TEST(RemoteManifest, SwatchStopsReadAsHexadecimalColours) {
+    const aColor orange{1.0, 128 / 255.0, 0.0};
+    const aColor grey{0.5, 0.5, 0.5};
+    const std::pair<const char*, aColor> cases[] = {
+        {"#ff8000", orange}, {"ff8000", orange}, {"#FF8000", orange},
+        {"#12ff8000", orange},                    // only the low 24 bits count
+        {"80", {0, 0, 128 / 255.0}},              // short numbers are the low bits
+        {"##ff8000", grey}, {"#", grey},          {"", grey},
+        {"ff 8000", grey},  {"0xff8000", grey},   {"orange", grey},
+        {"-ff8000", grey},  {"#ff8000ff8000ff800", grey},  // beyond 64 bits
+    };
+    for (const auto& [stop, colour] : cases) EXPECT_EQ(swatchColor(QString::fromUtf8(stop)), colour) << stop;
+}
+
+TEST(LibraryLocation, BuildsTheLibraryAddresses) {
+    const QUrl origin(QStringLiteral("https://example.org/mirror"));
+    const QUrl palettes = libraryBaseUrl(origin, LibraryKind::palettes);
+    EXPECT_EQ(palettes.toString(), QStringLiteral("https://example.org/mirror/Glimmerscape/Palettes/"));
+    EXPECT_EQ(libraryBaseUrl(QUrl(QStringLiteral("https://example.org/")), LibraryKind::bookmarks).toString(),
+              QStringLiteral("https://example.org/Glimmerscape/Bookmarks/"));
+    EXPECT_EQ(libraryManifestUrl(palettes).toString(),
+              QStringLiteral("https://example.org/mirror/Glimmerscape/Palettes/manifest.json"));
+    EXPECT_EQ(libraryEntryUrl(palettes, QStringLiteral("warm/"), QStringLiteral("Deep Sea?.map"))
+                  .toString(QUrl::FullyEncoded),
+              QStringLiteral("https://example.org/mirror/Glimmerscape/Palettes/warm/Deep%20Sea%3F.map"));
+    EXPECT_EQ(libraryEntryUrl(palettes, QString(), QStringLiteral("a.map")).path(),
+              QStringLiteral("/mirror/Glimmerscape/Palettes/a.map"));
+    EXPECT_FALSE(libraryEntryUrl(palettes, QStringLiteral("../.."), QStringLiteral("a.map")).isValid());
+    EXPECT_FALSE(libraryEntryUrl(palettes, QStringLiteral("warm"), QStringLiteral("..")).isValid());
+}
+
+TEST(LibraryLocation, AcceptsWebAndFileOriginsOnly) {
+    for (const char* good : {"https://example.org", "http://192.0.2.1:8080/lib", "file:///srv/share/library"})
+        EXPECT_TRUE(parseLibraryOrigin(QString::fromUtf8(good))) << good;
+    for (const char* bad : {"", "example.org", "ftp://example.org", "https://", "https://example.org/?x=1",
+                            "https://example.org/#top", "file:relative", "javascript:alert(1)"})
+        EXPECT_FALSE(parseLibraryOrigin(QString::fromUtf8(bad))) << bad;
+}
+
+// The environment wins over the setting, which wins over the default; a bad value is refused
+// rather than replaced.
+TEST(LibraryLocation, TheEnvironmentWinsOverTheSetting) {
+    QTemporaryDir config;
+    qputenv("XDG_CONFIG_HOME", config.path().toUtf8());
+    qunsetenv(kLibraryUrlEnvironment);
+    EXPECT_EQ(configuredLibraryOrigin(), QUrl(QString::fromLatin1(kDefaultLibraryOrigin)));
+    {
+        QSettings settings(QSettings::NativeFormat, QSettings::UserScope, QStringLiteral("glimmerscape"),
+                           QStringLiteral("glimmerscape"));
+        settings.setValue(QLatin1String(kLibraryUrlSetting), QStringLiteral("file:///mnt/share/library"));
+    }
+    EXPECT_EQ(configuredLibraryOrigin(), QUrl(QStringLiteral("file:///mnt/share/library")));
+    qputenv(kLibraryUrlEnvironment, "https://mirror.example.org");
+    EXPECT_EQ(configuredLibraryOrigin(), QUrl(QStringLiteral("https://mirror.example.org")));
+    qputenv(kLibraryUrlEnvironment, "not a url");
+    EXPECT_EQ(configuredLibraryOrigin(), std::nullopt);
+    qunsetenv(kLibraryUrlEnvironment);
+}
+
+}  // namespace
+}  // namespace gs

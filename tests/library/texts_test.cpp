@@ -1,0 +1,81 @@
+// The alert texts of the palette browser and the online libraries, for every count that reads
+// differently.
+#include <gtest/gtest.h>
+
+#include "library/online_library_texts.h"
+#include "library/palette_texts.h"
+
+namespace gs {
+namespace {
+
+struct ReportCase {
+    int imported;
+    int rejected;
+    const char* title;
+    const char* message;
+};
+
+TEST(PaletteTexts, ImportReportReadsRightForEveryCount) {
+    const ReportCase cases[] = {
+        {1, 0, "Imported", "1 palette added to My Palettes."},
+        {3, 0, "Imported", "3 palettes added to My Palettes."},
+        {0, 0, "Imported", "None of those files are valid 256-color .map palettes."},
+        {0, 1, "Imported 0 of 1", "That file isn't a valid 256-color .map palette."},
+        {0, 4, "Imported 0 of 4", "None of those files are valid 256-color .map palettes."},
+        {1, 1, "Imported 1 of 2", "1 palette added to My Palettes. 1 wasn't a valid 256-color .map file."},
+        {2, 3, "Imported 2 of 5", "2 palettes added to My Palettes. 3 weren't a valid 256-color .map file."},
+    };
+    for (const ReportCase& c : cases) {
+        EXPECT_EQ(paletteTexts::importReport(c.imported, c.rejected),
+                  (AlertText{QString::fromUtf8(c.title), QString::fromUtf8(c.message)}))
+            << c.imported << " imported, " << c.rejected << " rejected";
+    }
+}
+
+TEST(PaletteTexts, TwoHundredFilesImportWithoutAsking) {
+    EXPECT_FALSE(paletteTexts::importNeedsQuestion(0));
+    EXPECT_FALSE(paletteTexts::importNeedsQuestion(200));
+    EXPECT_TRUE(paletteTexts::importNeedsQuestion(201));
+    EXPECT_EQ(paletteTexts::importQuestion(201),
+              (AlertText{QStringLiteral("Import 201 Palettes?"),
+                         QStringLiteral("That's a lot of files at once — this will add up to 201 entries to "
+                                        "My Palettes and may take a moment.")}));
+}
+
+TEST(PaletteTexts, AlertsQuoteTheNameInCurlyQuotesAndPromptsTrimBlanks) {
+    EXPECT_EQ(paletteTexts::duplicateClash(QStringLiteral("Ice")).message,
+              QStringLiteral("A palette named “Ice” already exists."));
+    EXPECT_EQ(paletteTexts::deleteQuestion(QStringLiteral("Ice")).title, QStringLiteral("Delete “Ice”?"));
+    EXPECT_EQ(paletteTexts::enteredName(QStringLiteral(" \tDeep Sea  ")), QStringLiteral("Deep Sea"));
+    EXPECT_EQ(paletteTexts::enteredName(QStringLiteral("  \t ")), std::nullopt);
+}
+
+struct OnlineCase {
+    LibraryKind kind;
+    int imported;
+    int failed;
+    const char* title;
+    const char* message;
+};
+
+TEST(OnlineLibraryTexts, ImportReportReadsRightForEveryCount) {
+    const OnlineCase cases[] = {
+        {LibraryKind::palettes, 1, 0, "Imported", "1 palette added to My Palettes."},
+        {LibraryKind::palettes, 5, 0, "Imported", "5 palettes added to My Palettes."},
+        {LibraryKind::bookmarks, 1, 0, "Imported", "1 bookmark added to My Bookmarks."},
+        {LibraryKind::bookmarks, 2, 0, "Imported", "2 bookmarks added to My Bookmarks."},
+        {LibraryKind::palettes, 2, 1, "Imported 2 of 3",
+         "1 couldn't be downloaded — check your connection and try again."},
+        {LibraryKind::bookmarks, 0, 4, "Imported 0 of 4",
+         "4 couldn't be downloaded — check your connection and try again."},
+    };
+    for (const OnlineCase& c : cases) {
+        EXPECT_EQ(onlineLibraryTexts::importReport(c.kind, c.imported, c.failed),
+                  (AlertText{QString::fromUtf8(c.title), QString::fromUtf8(c.message)}))
+            << c.imported << " imported, " << c.failed << " failed";
+    }
+    EXPECT_EQ(onlineLibraryTexts::selectedCount(0), QStringLiteral("0 SELECTED"));
+}
+
+}  // namespace
+}  // namespace gs
