@@ -6,7 +6,8 @@ BUILD_TYPE ?= RelWithDebInfo
 DEBIAN_PACKAGES := cmake ninja-build g++ pkg-config \
 	qt6-base-dev qt6-qpa-plugins libxkbcommon-dev fonts-dejavu-core libhwy-dev libtbb-dev \
 	libgtest-dev libgmock-dev libbenchmark-dev \
-	xvfb xauth xdotool imagemagick
+	xvfb xauth xdotool imagemagick \
+	libfftw3-dev
 
 .PHONY: all deps configure build run test bench clean
 
