@@ -7,7 +7,7 @@ DEBIAN_PACKAGES := cmake ninja-build g++ pkg-config \
 	qt6-base-dev qt6-qpa-plugins libxkbcommon-dev fonts-dejavu-core libhwy-dev libtbb-dev \
 	libgtest-dev libgmock-dev libbenchmark-dev \
 	xvfb xauth xdotool imagemagick \
-	libfftw3-dev qt6-multimedia-dev libpulse-dev
+	libfftw3-dev qt6-multimedia-dev libpulse-dev pulseaudio pulseaudio-utils sox
 
 .PHONY: all deps configure build run test bench clean
 
