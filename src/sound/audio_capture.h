@@ -17,6 +17,9 @@ namespace gs {
 
 class CaptureWorker;
 
+// The setting that remembers the chosen input's id.
+inline constexpr char kInputDeviceSetting[] = "sound/inputDevice";
+
 // Which of the listed inputs to open: the chosen id when it is listed, else the system
 // default when it is listed, else the first; -1 when the list is empty.
 qsizetype chooseInputDevice(const QList<QByteArray>& ids, const QByteArray& chosen,

@@ -9,6 +9,7 @@
 #include <thread>
 #include <vector>
 
+#include "sound/microphone_permission.h"
 #include "sound/sound_analyzer.h"
 #include "sound_test_support.h"
 
@@ -143,6 +144,24 @@ TEST_F(SoundAnalyzerTest, AnalyzerGoneBeforeTheNoticeRunsIsNotCalled) {
     analyzer.reset();
     QCoreApplication::processEvents();
     EXPECT_EQ(interruptions, 0);
+}
+
+// Linux grants recording; an answer still comes from the event loop, and never to an owner
+// that is gone.
+TEST(MicrophonePermission, GrantedFromTheEventLoopWhileTheAskerLives) {
+    testApplication();
+    EXPECT_EQ(microphonePermission(), MicrophonePermission::granted);
+    int granted = 0, answers = 0;
+    auto asker = std::make_unique<QObject>();
+    const auto answer = [&](bool yes) { ++answers, granted += yes; };
+    requestMicrophonePermission(asker.get(), answer);
+    EXPECT_EQ(answers, 0);
+    QCoreApplication::processEvents();
+    EXPECT_EQ(granted, 1);
+    requestMicrophonePermission(asker.get(), answer);
+    asker.reset();
+    QCoreApplication::processEvents();
+    EXPECT_EQ(answers, 1);
 }
 
 }  // namespace
