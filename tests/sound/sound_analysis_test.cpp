@@ -75,16 +75,6 @@ TEST(PackedRealFft, IsTwiceThePlainTransformWithNyquistBesideDc) {
     EXPECT_NEAR(im[0], 2 * 2048 * 0.125, 60);  // Nyquist
 }
 
-TEST(SoundAnalysis, WindowHasUnitMeanSquareAndIsPeriodic) {
-    SoundAnalysis a;
-    double sumSquares = 0;
-    for (float w : a.window()) sumSquares += static_cast<double>(w) * w;
-    EXPECT_NEAR(sumSquares / kN, 1.0, 1e-4);
-    EXPECT_EQ(a.window()[0], 0.0f);
-    EXPECT_FLOAT_EQ(a.window()[kN / 2], 1.633f);
-    EXPECT_FLOAT_EQ(a.window()[1], a.window()[kN - 1]);
-}
-
 // Buffers shorter and longer than the transform: the spectrum is the windowed first 2048
 // samples (zero-padded, window not re-centred), the loudness covers the whole buffer.
 class BufferLength : public ::testing::TestWithParam<std::size_t> {};
@@ -107,17 +97,6 @@ TEST_P(BufferLength, SpectrumTakesTheFirst2048SamplesLoudnessAll) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Lengths, BufferLength, ::testing::Values(512, 2048, 4096));
-
-TEST(SoundAnalysis, LongBufferTailCountsForLoudnessOnly) {
-    std::vector<float> samples(4096, 0.0f);
-    std::fill(samples.begin() + 2048, samples.end(), 0.8f);
-    SoundAnalysis a;
-    const auto m = a.analyze(samples.data(), samples.size(), 48000);
-    ASSERT_TRUE(m.has_value());
-    for (float p : a.power()) ASSERT_EQ(p, 0.0f);
-    EXPECT_FALSE(m->pitchHz.has_value());
-    EXPECT_NEAR(a.adaptation().smoothedRms, 0.35 * std::sqrt(0.32), 1e-7);
-}
 
 TEST(SoundAnalysis, Tone440At48kPeaksAtBin19) {
     SoundAnalysis a;
@@ -282,10 +261,8 @@ TEST_P(Level, NormalisesBetweenFloorAndPeak) {
 INSTANTIATE_TEST_SUITE_P(
     Cases, Level,
     ::testing::Values(LevelCase{0.5, 0.1, 0.9, 0.5}, LevelCase{0.05, 0.1, 0.9, 0.0},
-                      LevelCase{0.95, 0.1, 0.9, 1.0},
                       // peak at the floor: the span is 0.0001
-                      LevelCase{0.00025, 0.0002, 0.0002, 0.5}, LevelCase{0.0003001, 0.0002, 0.0002, 1.0},
-                      LevelCase{0.0002, 0.0002, 0.0002, 0.0}));
+                      LevelCase{0.00025, 0.0002, 0.0002, 0.5}, LevelCase{0.0003001, 0.0002, 0.0002, 1.0}));
 
 }  // namespace
 }  // namespace gs

@@ -130,13 +130,5 @@ INSTANTIATE_TEST_SUITE_P(Flags, SwitchOn,
                                            SwitchCase{false, false, PaletteMode::smooth, false},
                                            SwitchCase{true, true, PaletteMode::smooth, false}));
 
-TEST(SoundState, EntersTheColouringAsShiftGlowAndDrama) {
-    ColourInputs colour;
-    applySoundState(kExcited, colour);
-    EXPECT_EQ(colour.colorShift, 0.3 + 0.12);
-    EXPECT_EQ(colour.glowIntensity, 3.5);
-    EXPECT_EQ(colour.dramaBoost, 0.6);
-}
-
 }  // namespace
 }  // namespace gs
