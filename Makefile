@@ -7,7 +7,8 @@ DEBIAN_PACKAGES := cmake ninja-build g++ pkg-config \
 	qt6-base-dev qt6-qpa-plugins libxkbcommon-dev fonts-dejavu-core libhwy-dev libtbb-dev \
 	libgtest-dev libgmock-dev libbenchmark-dev \
 	xvfb xauth xdotool imagemagick openssl \
-	desktop-file-utils appstream xdg-utils
+	desktop-file-utils appstream xdg-utils \
+	libfftw3-dev qt6-multimedia-dev libpulse-dev pulseaudio pulseaudio-utils sox
 
 .PHONY: all deps configure build run test bench clean
 
