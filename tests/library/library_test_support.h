@@ -3,6 +3,7 @@
 
 #include <QByteArray>
 #include <QString>
+#include <ostream>
 
 #include "library/bookmark.h"
 
@@ -19,3 +20,6 @@ QByteArray readAll(const QString& path);
 void writeAll(const QString& path, const QByteArray& bytes);
 
 }  // namespace gs::test
+
+// Readable failures for Qt strings.
+inline void PrintTo(const QString& s, std::ostream* os) { *os << '"' << s.toStdString() << '"'; }
