@@ -11,23 +11,51 @@ QByteArray shortestDecimal(double value) {
     return QByteArray(buffer, static_cast<qsizetype>(result.ptr - buffer));
 }
 
-QByteArray jsonString(const QString& text) {
+namespace {
+
+void appendUtf8(QByteArray& out, char32_t c) {
+    const auto byte = [&](char32_t b) { out += static_cast<char>(b); };
+    if (c < 0x80) {
+        byte(c);
+    } else if (c < 0x800) {
+        byte(0xc0 | c >> 6);
+        byte(0x80 | (c & 0x3f));
+    } else if (c < 0x10000) {
+        byte(0xe0 | c >> 12);
+        byte(0x80 | (c >> 6 & 0x3f));
+        byte(0x80 | (c & 0x3f));
+    } else {
+        byte(0xf0 | c >> 18);
+        byte(0x80 | (c >> 12 & 0x3f));
+        byte(0x80 | (c >> 6 & 0x3f));
+        byte(0x80 | (c & 0x3f));
+    }
+}
+
+void appendEscape(QByteArray& out, char16_t unit) {
     static const char* const kHex = "0123456789abcdef";
-    const QByteArray utf8 = text.toUtf8();
+    out += "\\u";
+    for (int shift = 12; shift >= 0; shift -= 4) out += kHex[unit >> shift & 15];
+}
+
+}  // namespace
+
+// Control characters and unpaired surrogates are escaped, so every QString reads back as it was.
+QByteArray jsonString(const QString& text) {
     QByteArray out;
-    out.reserve(utf8.size() + 2);
+    out.reserve(text.size() + 2);
     out += '"';
-    for (const char c : utf8) {
-        const auto u = static_cast<unsigned char>(c);
-        if (c == '"' || c == '\\') {
+    for (qsizetype i = 0; i < text.size(); ++i) {
+        const QChar c = text[i];
+        if (c.isHighSurrogate() && i + 1 < text.size() && text[i + 1].isLowSurrogate()) {
+            appendUtf8(out, QChar::surrogateToUcs4(c, text[++i]));
+        } else if (c == u'"' || c == u'\\') {
             out += '\\';
-            out += c;
-        } else if (u < 0x20) {
-            out += "\\u00";
-            out += kHex[u >> 4];
-            out += kHex[u & 15];
+            out += static_cast<char>(c.unicode());
+        } else if (c.unicode() < 0x20 || c.isSurrogate()) {
+            appendEscape(out, c.unicode());
         } else {
-            out += c;
+            appendUtf8(out, c.unicode());
         }
     }
     out += '"';

@@ -68,6 +68,8 @@ TEST(Bookmark, JsonRoundTripsInFieldOrderWithTheTuningOnlyWhenPresent) {
     EXPECT_FALSE(encodeBookmark(b).contains("tuning"));
     EXPECT_EQ(decodeBookmark(encodeBookmark(b)), b);
     EXPECT_EQ(decodeBookmarks(encodeBookmarks({b, test::sampleBookmark()})), (QList<Bookmark>{b, test::sampleBookmark()}));
+    b.name = QStringLiteral("✨ \U0001F30C ") + QChar(0xd800) + QChar(0x1f);  // an unpaired surrogate survives
+    EXPECT_EQ(decodeBookmark(encodeBookmark(b)), b);
 }
 
 // The sample record's JSON object with one key changed (a null value removes the key).
