@@ -26,9 +26,6 @@ public:
         set("XDG_CONFIG_HOME", QStringLiteral(".config"));
         set("XDG_DATA_HOME", QStringLiteral(".local/share"));
         set("XDG_CACHE_HOME", QStringLiteral(".cache"));
-        set("XDG_STATE_HOME", QStringLiteral(".local/state"));
-        set("XDG_RUNTIME_DIR", QStringLiteral("runtime"));
-        QFile::setPermissions(QDir(home).filePath(QStringLiteral("runtime")), QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
         QCoreApplication::setApplicationName(QStringLiteral("glimmerscape"));
         QCoreApplication::setOrganizationName(QString());
     }
@@ -51,16 +48,10 @@ Bookmark sampleBookmark(const QString& name) {
     b.xmax = -0.7400000000000001;
     b.ymin = 0.1;
     b.ymax = 0.1075;
-    b.paletteColors.colors.resize(256);
-    for (int i = 0; i < 256; ++i)
-        b.paletteColors.colors[static_cast<std::size_t>(i)] = {i / 255.0, (255 - i) / 255.0, (i * 7 % 256) / 255.0};
-    b.demEnabled = true;
-    b.reliefEnabled = true;
+    for (int i = 0; i < 256; ++i) b.paletteColors.colors.push_back({i / 255.0, (255 - i) / 255.0, (i * 7 % 256) / 255.0});
+    b.demEnabled = b.reliefEnabled = b.trapsEnabled = true;
     b.reliefLightRawX = -0.5;
     b.reliefLightRawY = 1e-05;
-    b.glowEnabled = false;
-    b.trapsEnabled = true;
-    b.soundEnabled = false;
     ShadingTuning t;
     t.glowStrength = 1.25;
     b.tuning = t;
