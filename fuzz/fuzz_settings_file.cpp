@@ -27,5 +27,6 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         (void)store.libraryUrl();
     }
     QFile::remove(path);
+    QFile::remove(path + QStringLiteral(".damaged"));
     return 0;
 }

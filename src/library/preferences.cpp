@@ -1,5 +1,9 @@
 #include "preferences.h"
 
+#include <QDir>
+#include <QFile>
+#include <QStandardPaths>
+
 #include "tuning_json.h"
 
 namespace gs {
@@ -21,13 +25,38 @@ std::optional<QByteArray> storedData(const QSettings& s, const QString& key) {
     return v.toByteArray();
 }
 
+// Our file is a few kilobytes; anything this large was not written by us.
+constexpr qint64 kLargestSettingsFile = 1 << 20;
+
+QString userSettingsPath() {
+    return QDir(QStandardPaths::writableLocation(QStandardPaths::GenericConfigLocation))
+        .filePath(QStringLiteral("glimmerscape/glimmerscape.conf"));
+}
+
+bool isDamaged(const QString& path) {
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly)) return false;  // missing or unreadable: QSettings copes
+    if (file.size() > kLargestSettingsFile) return true;
+    const QByteArray text = file.readAll();
+    return text.contains("@Variant(") || text.contains("@DateTime(");
+}
+
 }  // namespace
 
+PreferencesStore::DamageCheck::DamageCheck(const QString& path) {
+    if (!isDamaged(path)) return;
+    const QString aside = path + QStringLiteral(".damaged");
+    QFile::remove(aside);
+    if (!QFile::rename(path, aside)) QFile::remove(path);
+}
+
 PreferencesStore::PreferencesStore()
-    : settings_(QSettings::NativeFormat, QSettings::UserScope, QStringLiteral("glimmerscape"),
+    : damageCheck_(userSettingsPath()),
+      settings_(QSettings::NativeFormat, QSettings::UserScope, QStringLiteral("glimmerscape"),
                 QStringLiteral("glimmerscape")) {}
 
-PreferencesStore::PreferencesStore(const QString& iniPath) : settings_(iniPath, QSettings::IniFormat) {}
+PreferencesStore::PreferencesStore(const QString& iniPath)
+    : damageCheck_(iniPath), settings_(iniPath, QSettings::IniFormat) {}
 
 LoadedPreferences PreferencesStore::load(const ShadingTuningCheck& keepShadingTuning) const {
     LoadedPreferences p;

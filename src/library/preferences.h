@@ -40,7 +40,10 @@ struct PreferenceValues {
 using ShadingTuningCheck = std::function<bool(const ShadingTuning&)>;
 
 // GUI thread only. A settings file that is missing, unreadable or garbage reads as defaults;
-// nothing is written until a setter or save is called.
+// nothing is written until a setter or save is called. A file holding values this store never
+// writes in a binary form ("@Variant(…)", "@DateTime(…)"), or far larger than it ever writes, is
+// renamed to "<name>.damaged" before it is opened: Qt decodes such values trusting the sizes in
+// them, and a damaged one can ask for gigabytes and stop the program.
 class PreferencesStore {
 public:
     PreferencesStore();                               // the user's settings file
@@ -71,6 +74,9 @@ public:
     void sync();
 
 private:
+    struct DamageCheck {
+        explicit DamageCheck(const QString& path);
+    } damageCheck_;  // runs before settings_ opens the file
     mutable QSettings settings_;
 };
 

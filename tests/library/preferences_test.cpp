@@ -101,5 +101,13 @@ INSTANTIATE_TEST_SUITE_P(
                                  "glimmerscape.soundTuning=@Variant(\\0\\0\\0\\x7f\\0\\0\\0\\x1\\xff)\n"
                                  "glimmerscape.animationSpeed=@Variant(\\0\\0\\0\\x6\\x3\\xff\\xff)\n")));
 
+// Found by fuzz_settings_file: a "@Variant(" value whose stream asks for 56 GB.
+TEST_F(Preferences, AVariantAskingForGigabytesIsSetAsideNotDecoded) {
+    const QByteArray text("\nglimmerscape.animationSpeed=@Variant(\\0\\0\\0\\tionSpeed=@Variant(\\0\\0\\0\\x1)\n");
+    test::writeAll(path(), text);
+    EXPECT_FALSE(load().animationSpeed);
+    EXPECT_EQ(test::readAll(path() + QStringLiteral(".damaged")), text);
+}
+
 }  // namespace
 }  // namespace gs
