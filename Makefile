@@ -10,7 +10,12 @@ DEBIAN_PACKAGES := cmake ninja-build g++ pkg-config \
 	desktop-file-utils appstream xdg-utils \
 	libfftw3-dev qt6-multimedia-dev libpulse-dev pulseaudio pulseaudio-utils sox
 
-.PHONY: all deps configure build run test bench clean
+# The fuzz targets (fuzz/README.md) build with clang in their own directory.
+FUZZ_BUILD ?= build-fuzz
+FUZZ_SECONDS ?= 1800
+FUZZ_DEBIAN_PACKAGES := clang libclang-rt-14-dev
+
+.PHONY: all deps configure build run test bench clean fuzz-build fuzz fuzz-smoke
 
 all: build
 
@@ -42,8 +47,22 @@ test: build
 bench: build
 	@for b in $(BUILD)/bench/bench_*; do echo "== $$b"; $$b; done
 
+fuzz-build:
+	@$(MAKE) --no-print-directory deps DEBIAN_PACKAGES="$(DEBIAN_PACKAGES) $(FUZZ_DEBIAN_PACKAGES)"
+	@if command -v clang++ >/dev/null; then \
+	  cmake -S . -B $(FUZZ_BUILD) -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo -DCMAKE_CXX_COMPILER=clang++ \
+	    -DGLIMMERSCAPE_FUZZ=ON -DGLIMMERSCAPE_BUILD_TESTS=OFF -DGLIMMERSCAPE_BUILD_BENCH=OFF && \
+	  cmake --build $(FUZZ_BUILD) --target fuzz_targets -j 2; \
+	else echo "clang++ not found: the fuzz targets are not built"; fi
+
+fuzz: fuzz-build
+	fuzz/run.sh $(FUZZ_BUILD) $(FUZZ_SECONDS)
+
+fuzz-smoke: fuzz-build
+	fuzz/run.sh $(FUZZ_BUILD) 30
+
 clean:
-	rm -rf $(BUILD)
+	rm -rf $(BUILD) $(FUZZ_BUILD)
 
 .PHONY: icons register-scheme unregister-scheme
 

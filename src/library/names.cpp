@@ -28,3 +28,15 @@ QString uniqueName(const QString& proposed, const std::function<bool(const QStri
 }
 
 }  // namespace gs
+
+namespace gs {
+
+QString trimBlanks(const QString& text) {
+    const auto blank = [](QChar c) { return c == u'\t' || c.category() == QChar::Separator_Space; };
+    qsizetype begin = 0, end = text.size();
+    while (begin < end && blank(text[begin])) ++begin;
+    while (end > begin && blank(text[end - 1])) --end;
+    return text.mid(begin, end - begin);
+}
+
+}  // namespace gs

@@ -17,3 +17,10 @@ bool localizedStandardLess(const QString& a, const QString& b);
 QString uniqueName(const QString& proposed, const std::function<bool(const QString&)>& taken);
 
 }  // namespace gs
+
+namespace gs {
+
+// The text without blanks (spaces of any width and tabs) at either end; line breaks are kept.
+QString trimBlanks(const QString& text);
+
+}  // namespace gs

@@ -6,11 +6,15 @@
 #include <array>
 #include <utility>
 
+#include "json_text.h"
+
 namespace gs {
 namespace {
 
-using Field = double ShadingTuning::*;
-const std::array<std::pair<const char*, Field>, 14> kFields = {{
+template <class Tuning, std::size_t N>
+using FieldTable = std::array<std::pair<const char*, double Tuning::*>, N>;
+
+const FieldTable<ShadingTuning, 14> kShadingFields = {{
     {"curve", &ShadingTuning::curve},
     {"demThickness", &ShadingTuning::demThickness},
     {"demSoftness", &ShadingTuning::demSoftness},
@@ -27,21 +31,27 @@ const std::array<std::pair<const char*, Field>, 14> kFields = {{
     {"reliefEdgeCalm", &ShadingTuning::reliefEdgeCalm},
 }};
 
-}  // namespace
+const FieldTable<SoundTuning, 6> kSoundFields = {{
+    {"sensitivity", &SoundTuning::sensitivity},
+    {"spin", &SoundTuning::spin},
+    {"hue", &SoundTuning::hue},
+    {"glowBoost", &SoundTuning::glowBoost},
+    {"shockwave", &SoundTuning::shockwave},
+    {"response", &SoundTuning::response},
+}};
 
-QJsonObject shadingTuningToJson(const ShadingTuning& t) {
-    QJsonObject o;
-    for (const auto& [key, field] : kFields) o.insert(QLatin1String(key), t.*field);
-    return o;
+template <class Tuning, std::size_t N>
+QByteArray encode(const Tuning& t, const FieldTable<Tuning, N>& fields) {
+    JsonObjectWriter writer;
+    for (const auto& [key, field] : fields) writer.number(key, t.*field);
+    return writer.finish();
 }
 
-QByteArray encodeShadingTuning(const ShadingTuning& t) {
-    return QJsonDocument(shadingTuningToJson(t)).toJson(QJsonDocument::Compact);
-}
-
-std::optional<ShadingTuning> shadingTuningFromJson(const QJsonObject& o, QString* error) {
-    ShadingTuning t;
-    for (const auto& [key, field] : kFields) {
+template <class Tuning, std::size_t N>
+std::optional<Tuning> fromJson(const QJsonObject& o, const FieldTable<Tuning, N>& fields,
+                               QString* error) {
+    Tuning t;
+    for (const auto& [key, field] : fields) {
         const QJsonValue v = o.value(QLatin1String(key));
         if (!v.isDouble()) {
             if (error)
@@ -54,7 +64,9 @@ std::optional<ShadingTuning> shadingTuningFromJson(const QJsonObject& o, QString
     return t;
 }
 
-std::optional<ShadingTuning> decodeShadingTuning(const QByteArray& json, QString* error) {
+}  // namespace
+
+std::optional<QJsonObject> parseJsonObject(const QByteArray& json, QString* error) {
     QJsonParseError parse{};
     const QJsonDocument doc = QJsonDocument::fromJson(json, &parse);
     if (parse.error != QJsonParseError::NoError) {
@@ -65,7 +77,28 @@ std::optional<ShadingTuning> decodeShadingTuning(const QByteArray& json, QString
         if (error) *error = QStringLiteral("expected a JSON object");
         return std::nullopt;
     }
-    return shadingTuningFromJson(doc.object(), error);
+    return doc.object();
+}
+
+QByteArray encodeShadingTuning(const ShadingTuning& t) { return encode(t, kShadingFields); }
+QByteArray encodeSoundTuning(const SoundTuning& t) { return encode(t, kSoundFields); }
+
+std::optional<ShadingTuning> shadingTuningFromJson(const QJsonObject& o, QString* error) {
+    return fromJson(o, kShadingFields, error);
+}
+
+std::optional<SoundTuning> soundTuningFromJson(const QJsonObject& o, QString* error) {
+    return fromJson(o, kSoundFields, error);
+}
+
+std::optional<ShadingTuning> decodeShadingTuning(const QByteArray& json, QString* error) {
+    const auto o = parseJsonObject(json, error);
+    return o ? shadingTuningFromJson(*o, error) : std::nullopt;
+}
+
+std::optional<SoundTuning> decodeSoundTuning(const QByteArray& json, QString* error) {
+    const auto o = parseJsonObject(json, error);
+    return o ? soundTuningFromJson(*o, error) : std::nullopt;
 }
 
 }  // namespace gs

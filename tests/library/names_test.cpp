@@ -23,3 +23,15 @@ TEST(Names, ATakenNameIsNumberedFromOne) {
 
 }  // namespace
 }  // namespace gs
+
+namespace gs {
+namespace {
+
+TEST(Names, OnlyBlanksAreTrimmed) {
+    EXPECT_EQ(trimBlanks(QStringLiteral(" \t\u00a0Spiral \u3000")), QStringLiteral("Spiral"));
+    EXPECT_EQ(trimBlanks(QStringLiteral("\nSpiral\n")), QStringLiteral("\nSpiral\n"));
+    EXPECT_TRUE(trimBlanks(QStringLiteral("  \t ")).isEmpty());
+}
+
+}  // namespace
+}  // namespace gs

@@ -1,0 +1,91 @@
+#include <gtest/gtest.h>
+
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <limits>
+
+#include "library/bookmark.h"
+#include "library/tuning_json.h"
+#include "library_test_support.h"
+
+namespace gs {
+namespace {
+
+TEST(TuningJson, IsWrittenInFieldOrderAndReadInAnyOrderWithEveryKey) {
+    EXPECT_EQ(encodeSoundTuning({}), R"({"sensitivity":1,"spin":0.12,"hue":1,"glowBoost":2.5,"shockwave":0.6,"response":1})");
+    EXPECT_EQ(decodeSoundTuning(R"({"response":2,"shockwave":0.1,"glowBoost":1e-05,"hue":-1,"spin":0.25,"sensitivity":3,"x":0})"),
+              (SoundTuning{3, 0.25, -1, 1e-05, 0.1, 2}));
+    QString why;
+    EXPECT_FALSE(decodeSoundTuning(R"({"sensitivity":1,"spin":0.12,"hue":1,"glowBoost":2.5,"shockwave":"0.6","response":1})", &why));
+    EXPECT_EQ(why, QStringLiteral("\"shockwave\" is not a number"));
+    EXPECT_TRUE(encodeSoundTuning({std::numeric_limits<double>::quiet_NaN()}).isEmpty());
+}
+
+class Packing : public ::testing::TestWithParam<std::pair<double, int>> {};
+
+TEST_P(Packing, RoundsHalvesAwayFromZeroAndClamps) {
+    EXPECT_EQ(static_cast<unsigned char>(packColorBytes({{GetParam().first, 0, 0}})[0]), GetParam().second);
+}
+
+INSTANTIATE_TEST_SUITE_P(Bookmark, Packing,
+                         ::testing::Values(std::pair{1.0, 255}, std::pair{0.5, 128}, std::pair{-0.2, 0},
+                                           std::pair{1.7, 255}, std::pair{0.5 / 255, 1}, std::pair{0.49 / 255, 0}));
+
+TEST(Bookmark, JsonRoundTripsInFieldOrderWithTheTuningOnlyWhenPresent) {
+    Bookmark b = test::sampleBookmark(QStringLiteral("Spiral \"2\" \\ café\t"));
+    const QByteArray text = encodeBookmark(b);
+    EXPECT_TRUE(text.startsWith(R"({"name":"Spiral \"2\" \\ café\u0009","xmin":-0.7500000000000002,)")) << text.constData();
+    EXPECT_TRUE(text.endsWith(R"("soundEnabled":false,"tuning":{"curve":1,"demThickness":0,"demSoftness":2,"glowStrength":1.25,"glowRadius":0.8,"glowDim":0.8,"glowTint":0,"trapReach":0.4,"trapSharpness":0.45,"trapGlint":0.35,"reliefHeight":1,"reliefShadow":0,"reliefShine":1,"reliefEdgeCalm":0.6000000238418579}})"));
+    EXPECT_EQ(decodeBookmark(text), b);
+    b.tuning.reset();
+    b.name = QStringLiteral("✨ \U0001F30C ") + QChar(0xd800);  // an unpaired surrogate survives too
+    EXPECT_FALSE(encodeBookmark(b).contains("tuning"));
+    EXPECT_EQ(decodeBookmarks(encodeBookmarks({b, test::sampleBookmark()})), (QList<Bookmark>{b, test::sampleBookmark()}));
+}
+
+struct RecordCase {
+    const char* key;
+    QJsonValue value;   // undefined: the key is removed
+    const char* error;  // nullptr: the record still decodes
+};
+
+class Record : public ::testing::TestWithParam<RecordCase> {};
+
+TEST_P(Record, NeedsEveryTypedKeyButTheTuning) {
+    QJsonObject o = QJsonDocument::fromJson(encodeBookmark(test::sampleBookmark())).object();
+    if (GetParam().value.isUndefined()) o.remove(QLatin1String(GetParam().key));
+    else o.insert(QLatin1String(GetParam().key), GetParam().value);
+    QString why;
+    const auto b = decodeBookmark(QJsonDocument(o).toJson(), &why);
+    EXPECT_EQ(why, QString::fromUtf8(GetParam().error ? GetParam().error : ""));
+    if (b && QLatin1String(GetParam().key) == QLatin1String("tuning")) {
+        EXPECT_FALSE(b->tuning);
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Bookmark, Record,
+    ::testing::Values(RecordCase{"tuning", QJsonValue(QJsonValue::Undefined), nullptr},
+                      RecordCase{"tuning", QJsonValue(QJsonValue::Null), nullptr},
+                      RecordCase{"futureField", 3, nullptr},
+                      RecordCase{"xmin", QJsonValue(QJsonValue::Undefined), "missing key \"xmin\""},
+                      RecordCase{"ymax", QStringLiteral("1"), "\"ymax\" is not a number"},
+                      RecordCase{"glowEnabled", 1, "\"glowEnabled\" is not true or false"},
+                      RecordCase{"tuning", QJsonObject{{QStringLiteral("curve"), 1}}, "\"tuning\": missing key \"demThickness\""},
+                      RecordCase{"paletteColors", QString::fromLatin1(QByteArray(765, 'x').toBase64()), "Expected 768 packed color bytes, got 765"},
+                      RecordCase{"paletteColors", QString(1022, u'A'), "\"paletteColors\" is not padded base64 text"},
+                      RecordCase{"xmax", -0.7500000000000002, "xmin, xmax, ymin, ymax do not make a view (xmin < xmax, ymin < ymax)"}));
+
+TEST(Bookmark, ZoomFactorIsFourOverAUsableWidthElseOne) {
+    const double inf = std::numeric_limits<double>::infinity();
+    for (const auto& [xmin, xmax, zoom] : {std::tuple{-2.5, 1.5, 1.0}, {0.0, 0.5, 8.0}, {1.0, 1.0, 1.0},
+                                           {1.0, 0.0, 1.0}, {0.0, 4e-320, 1.0}, {-inf, 0.0, 1.0}}) {
+        Bookmark b;
+        b.xmin = xmin;
+        b.xmax = xmax;
+        EXPECT_EQ(bookmarkZoomFactor(b), zoom) << xmin << " " << xmax;
+    }
+}
+
+}  // namespace
+}  // namespace gs

@@ -1,0 +1,113 @@
+#include <gtest/gtest.h>
+
+#include <QDir>
+#include <QFile>
+#include <QLocale>
+#include <QTemporaryDir>
+#include <clocale>
+#include <limits>
+
+#include "library/preferences.h"
+#include "library/tuning_json.h"
+#include "library_test_support.h"
+
+namespace gs {
+namespace {
+
+// Each test has its own settings file, written as text the way a new process reads it.
+class Preferences : public ::testing::Test {
+protected:
+    QString path() const { return dir_.filePath(QStringLiteral("glimmerscape.conf")); }
+    LoadedPreferences load(const ShadingTuningCheck& check = {}) { return PreferencesStore(path()).load(check); }
+    QTemporaryDir dir_;
+};
+
+TEST_F(Preferences, FirstLaunchReadsDefaultsAndWritesNothing) {
+    const LoadedPreferences p = load();
+    EXPECT_FALSE(p.advancedMode || p.animationSpeed || p.shadingTuning || p.soundTuning);
+    EXPECT_FALSE(QFile::exists(path()));
+    PreferencesStore().setLibraryUrl(QStringLiteral("https://example.org/"));
+    EXPECT_TRUE(QFile::exists(test::testHome() + QStringLiteral("/.config/glimmerscape/glimmerscape.conf")));
+}
+
+class StoredSpeed : public Preferences, public ::testing::WithParamInterface<std::pair<const char*, std::optional<double>>> {};
+
+TEST_P(StoredSpeed, IsTakenOnlyFrom002To1) {
+    test::writeAll(path(), QByteArray("[General]\nglimmerscape.animationSpeed=") + GetParam().first + '\n');
+    EXPECT_EQ(load().animationSpeed, GetParam().second);
+}
+
+INSTANTIATE_TEST_SUITE_P(Preferences, StoredSpeed,
+                         ::testing::Values(std::pair{"0.02", 0.02}, std::pair{"1.0", 1.0},
+                                           std::pair{"0.019", std::optional<double>()},
+                                           std::pair{"1.5", std::optional<double>()},
+                                           std::pair{"nan", std::optional<double>()}));
+
+TEST_F(Preferences, ATuningMissingOneKeyFallsBackWholeWhileTheOtherLoads) {
+    PreferenceValues v;
+    v.soundTuning.spin = 0.3;
+    PreferencesStore(path()).save(v);
+    QSettings(path(), QSettings::IniFormat)
+        .setValue(QStringLiteral("glimmerscape.shadingTuning"), encodeShadingTuning({}).replace(R"("curve":1,)", ""));
+    const LoadedPreferences p = load();
+    EXPECT_FALSE(p.shadingTuning);
+    EXPECT_EQ(p.soundTuning->spin, 0.3);
+}
+
+TEST_F(Preferences, TuningsOutsideTheSliderRangesLoadAsTheyAreUnlessTheColouringRefuses) {
+    PreferenceValues v;
+    v.shadingTuning.curve = -40;
+    v.soundTuning.sensitivity = 1e9;
+    PreferencesStore(path()).save(v);
+    EXPECT_EQ(load().shadingTuning, v.shadingTuning);
+    EXPECT_EQ(load().soundTuning, v.soundTuning);
+    EXPECT_FALSE(load([](const ShadingTuning& t) { return t.curve > 0; }).shadingTuning);
+}
+
+TEST_F(Preferences, SaveWritesLocaleFreeTextAndSkipsOnlyATuningItCannotEncode) {
+    QLocale::setDefault(QLocale(QLocale::German, QLocale::Germany));
+    std::setlocale(LC_ALL, "de_DE.UTF-8");
+    PreferenceValues v{true, 0.1 + 0.2, {}, {}};
+    v.shadingTuning.glowRadius = std::numeric_limits<double>::infinity();
+    PreferencesStore(path()).save(v);
+    std::setlocale(LC_ALL, "C");
+    QLocale::setDefault(QLocale::c());
+
+    const QByteArray text = test::readAll(path());
+    EXPECT_TRUE(text.contains("glimmerscape.animationSpeed=0.30000000000000004")) << text.constData();
+    EXPECT_TRUE(text.contains(R"(@ByteArray({\"sensitivity\":1,\"spin\":0.12,\"hue\":1,\"glowBoost\":2.5,\"shockwave\":0.6,\"response\":1}))"));
+    const LoadedPreferences p = load();
+    EXPECT_TRUE(p.advancedMode);
+    EXPECT_EQ(p.animationSpeed, v.animationSpeed);
+    EXPECT_FALSE(p.shadingTuning);
+}
+
+// Whatever the file holds, loading finishes and every value falls back.
+class DamagedSettings : public Preferences, public ::testing::WithParamInterface<QByteArray> {};
+
+TEST_P(DamagedSettings, ReadAsDefaults) {
+    if (GetParam().isEmpty()) QDir().mkpath(path());  // unreadable: a folder in the file's place
+    else test::writeAll(path(), GetParam());
+    const LoadedPreferences p = load();
+    EXPECT_FALSE(p.animationSpeed || p.shadingTuning || p.soundTuning);
+    EXPECT_TRUE(PreferencesStore(path()).windowGeometry().isEmpty());
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Preferences, DamagedSettings,
+    ::testing::Values(QByteArray(),
+                      QByteArray("\x7f" "ELF\x02\x01\x01\0\0\0\xff\xfe[General\n\0\0=\x80\x81", 21),
+                      QByteArray("[General]\nglimmerscape.shadingTuning=@ByteArray(\\x\n"
+                                 "glimmerscape.soundTuning=@Variant(\\0\\0\\0\\x7f\\0\\0\\0\\x1\\xff)\n"
+                                 "glimmerscape.animationSpeed=@Variant(\\0\\0\\0\\x6\\x3\\xff\\xff)\n")));
+
+// Found by fuzz_settings_file: a "@Variant(" value whose stream asks for 56 GB.
+TEST_F(Preferences, AVariantAskingForGigabytesIsSetAsideNotDecoded) {
+    const QByteArray text("\nglimmerscape.animationSpeed=@Variant(\\0\\0\\0\\tionSpeed=@Variant(\\0\\0\\0\\x1)\n");
+    test::writeAll(path(), text);
+    EXPECT_FALSE(load().animationSpeed);
+    EXPECT_EQ(test::readAll(path() + QStringLiteral(".damaged")), text);
+}
+
+}  // namespace
+}  // namespace gs
