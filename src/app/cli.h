@@ -10,6 +10,7 @@
 
 #include "core/budget.h"
 #include "core/kernel.h"
+#include "explore/explorer_settings.h"
 
 namespace gs {
 
@@ -22,11 +23,9 @@ struct RenderOptions {
     QString palette = QStringLiteral("smooth");      // smooth | random | path to a .map
     std::optional<std::uint64_t> seed;               // --seed
     QString savePalette;                             // --save-palette
-    double frequency = 2.0;              // --frequency
-    double phase = 0.0;                  // --phase, wrapped into [0, 1)
-    bool dem = false, glow = false, traps = false, relief = false;
-    double lightX = -0.5, lightY = -0.5;  // --light RAWX,RAWY
-    QString tuningPath;                   // --tuning
+    // Frequency, phase, shadings, light and tuning: the explorer's defaults unless given.
+    ExplorerSettings look;
+    QString tuningPath;                   // --tuning: replaces look.tuning when rendering
     QString dataPath;                     // --data
     KernelKind kernel = KernelKind::simd; // --kernel (auto picks the SIMD dispatcher)
     int threads = 0;                      // --threads; 0: all cores
@@ -36,6 +35,7 @@ struct RenderOptions {
 // Parses the arguments after "render". On failure returns a one-line message.
 std::variant<RenderOptions, QString> parseRenderArguments(const QStringList& args);
 
+// The help text, made from the table of options.
 QString renderUsage();
 
 // Renders as the options say and writes the files. Prints the render time to out; errors go to

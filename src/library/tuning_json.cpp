@@ -3,35 +3,14 @@
 #include <QJsonDocument>
 #include <QJsonParseError>
 #include <QJsonValue>
-#include <array>
-#include <utility>
+
+#include "core/tuning_fields.h"
 
 namespace gs {
-namespace {
-
-using Field = double ShadingTuning::*;
-const std::array<std::pair<const char*, Field>, 14> kFields = {{
-    {"curve", &ShadingTuning::curve},
-    {"demThickness", &ShadingTuning::demThickness},
-    {"demSoftness", &ShadingTuning::demSoftness},
-    {"glowStrength", &ShadingTuning::glowStrength},
-    {"glowRadius", &ShadingTuning::glowRadius},
-    {"glowDim", &ShadingTuning::glowDim},
-    {"glowTint", &ShadingTuning::glowTint},
-    {"trapReach", &ShadingTuning::trapReach},
-    {"trapSharpness", &ShadingTuning::trapSharpness},
-    {"trapGlint", &ShadingTuning::trapGlint},
-    {"reliefHeight", &ShadingTuning::reliefHeight},
-    {"reliefShadow", &ShadingTuning::reliefShadow},
-    {"reliefShine", &ShadingTuning::reliefShine},
-    {"reliefEdgeCalm", &ShadingTuning::reliefEdgeCalm},
-}};
-
-}  // namespace
 
 QJsonObject shadingTuningToJson(const ShadingTuning& t) {
     QJsonObject o;
-    for (const auto& [key, field] : kFields) o.insert(QLatin1String(key), t.*field);
+    for (const TuningField& f : kTuningFields) o.insert(QLatin1String(f.key), t.*f.member);
     return o;
 }
 
@@ -41,15 +20,16 @@ QByteArray encodeShadingTuning(const ShadingTuning& t) {
 
 std::optional<ShadingTuning> shadingTuningFromJson(const QJsonObject& o, QString* error) {
     ShadingTuning t;
-    for (const auto& [key, field] : kFields) {
-        const QJsonValue v = o.value(QLatin1String(key));
+    for (const TuningField& f : kTuningFields) {
+        const QJsonValue v = o.value(QLatin1String(f.key));
         if (!v.isDouble()) {
+            const QLatin1String key(f.key);
             if (error)
                 *error = v.isUndefined() ? QStringLiteral("missing key \"%1\"").arg(key)
                                          : QStringLiteral("\"%1\" is not a number").arg(key);
             return std::nullopt;
         }
-        t.*field = v.toDouble();
+        t.*f.member = v.toDouble();
     }
     return t;
 }

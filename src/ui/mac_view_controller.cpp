@@ -25,7 +25,6 @@ const QString MacViewController::kResetAllMessage = QStringLiteral(
 MacViewController::MacViewController(QWidget* parent)
     : QWidget(parent),
       rng_(makeSystemRandom()),
-      reliefLight_(lightVector(reliefLightRawX_, reliefLightRawY_)),
       trace_(qEnvironmentVariableIntValue("GLIMMERSCAPE_TRACE") == 1) {
     // Stale renders run to completion; like a global concurrent queue, the pool has threads
     // enough that a new render never waits behind them.

@@ -26,6 +26,7 @@
 
 #include "core/frame.h"
 #include "core/palette.h"
+#include "explore/explorer_settings.h"
 #include "explore/palette_motion.h"
 #include "explore/selection.h"
 #include "explore/zoom_history.h"
@@ -78,7 +79,7 @@ public:
     void resetAllAction();  // asks first; only "Yes" resets
     void resetAll();        // without asking
     void showHelp();
-    // Sets the bounds directly, outside the history (bookmarks, share links), and renders.
+    // Sets the bounds directly, outside the history, and renders.
     void setViewport(const Viewport& view);
 
     // --- Palette animation ---
@@ -88,8 +89,8 @@ public:
     std::function<double()> animationNow;
     bool animateColorsEnabled() const { return animateColorsEnabled_; }
     bool animationTimerRunning() const;
-    double animationSpeed() const { return animationSpeed_; }
-    void setAnimationSpeed(double cyclesPerSecond) { animationSpeed_ = cyclesPerSecond; }
+    double animationSpeed() const { return settings_.animationSpeed; }
+    void setAnimationSpeed(double cyclesPerSecond) { settings_.animationSpeed = cyclesPerSecond; }
 
     // --- Auto-explore ---
     bool autoEnabled() const { return autoEnabled_; }
@@ -129,16 +130,18 @@ public:
     double pixelSize() const { return pixelSize_; }
     PaletteMode paletteMode() const { return paletteMode_; }
     const std::shared_ptr<const ColorTable>& colorTable() const { return colorTable_; }
-    double frequency() const { return frequency_; }
-    double cycleOffset() const { return cycleOffset_; }
-    bool demEnabled() const { return demEnabled_; }
-    bool glowEnabled() const { return glowEnabled_; }
-    bool trapsEnabled() const { return trapsEnabled_; }
-    bool reliefEnabled() const { return reliefEnabled_; }
-    const ShadingTuning& tuning() const { return tuning_; }
-    double reliefLightRawX() const { return reliefLightRawX_; }
-    double reliefLightRawY() const { return reliefLightRawY_; }
-    const ReliefLight& reliefLight() const { return reliefLight_; }
+    // Colouring, light, animation speed and sound tuning.
+    const ExplorerSettings& settings() const { return settings_; }
+    double frequency() const { return settings_.frequency; }
+    double cycleOffset() const { return settings_.cycleOffset; }
+    bool demEnabled() const { return settings_.demEnabled; }
+    bool glowEnabled() const { return settings_.glowEnabled; }
+    bool trapsEnabled() const { return settings_.trapsEnabled; }
+    bool reliefEnabled() const { return settings_.reliefEnabled; }
+    const ShadingTuning& tuning() const { return settings_.tuning; }
+    double reliefLightRawX() const { return settings_.reliefLightRawX; }
+    double reliefLightRawY() const { return settings_.reliefLightRawY; }
+    ReliefLight reliefLight() const { return settings_.reliefLight(); }
     const std::optional<QString>& currentPaletteName() const { return currentPaletteName_; }
     const std::optional<QString>& currentBookmarkName() const { return currentBookmarkName_; }
     // The values of the status display: zoom, max iter, centre, computing time.
@@ -225,20 +228,15 @@ private:
     std::unique_ptr<RandomSource> rng_;
     PaletteMode paletteMode_ = PaletteMode::smooth;
     std::shared_ptr<const ColorTable> colorTable_ = std::make_shared<const ColorTable>();
-    double frequency_ = 2.0;
-    double cycleOffset_ = 0.0;
-    bool demEnabled_ = false, glowEnabled_ = false, trapsEnabled_ = false, reliefEnabled_ = false;
-    ShadingTuning tuning_;
-    double reliefLightRawX_ = -0.5, reliefLightRawY_ = -0.5;
-    ReliefLight reliefLight_;
+    ExplorerSettings settings_;
     // Values at the start of a palette or frequency pan.
-    double paletteShiftBaseCycleOffset_ = 0.0;
-    double frequencyShiftBaseFrequency_ = 2.0;
-    double reliefLightShiftBaseX_ = -0.5, reliefLightShiftBaseY_ = -0.5;
+    double paletteShiftBaseCycleOffset_ = settings_.cycleOffset;
+    double frequencyShiftBaseFrequency_ = settings_.frequency;
+    double reliefLightShiftBaseX_ = settings_.reliefLightRawX;
+    double reliefLightShiftBaseY_ = settings_.reliefLightRawY;
 
     // --- Palette animation, auto-explore and full screen ---
     bool animateColorsEnabled_ = false;
-    double animationSpeed_ = kDefaultAnimationSpeed;
     QTimer* animationTimer_ = nullptr;
     AnimationClock animationClock_;
     bool autoEnabled_ = false;

@@ -11,25 +11,25 @@ void flip(bool& flag) { flag = !flag; }
 }  // namespace
 
 void MacViewController::toggleDistanceEstimation() {
-    flip(demEnabled_);
+    flip(settings_.demEnabled);
     refreshControls();
     requestRecolor();
 }
 
 void MacViewController::toggleGlow() {
-    flip(glowEnabled_);
+    flip(settings_.glowEnabled);
     refreshControls();
     requestRecolor();
 }
 
 void MacViewController::toggleOrbitTraps() {
-    flip(trapsEnabled_);
+    flip(settings_.trapsEnabled);
     refreshControls();
     requestRecolor();
 }
 
 void MacViewController::toggle3DRelief() {
-    flip(reliefEnabled_);
+    flip(settings_.reliefEnabled);
     refreshControls();
     requestRecolor();
 }

@@ -195,10 +195,10 @@ void MacViewController::buildShortcuts() {
 void MacViewController::refreshControls() {
     smoothToggle_->setChecked(paletteMode_ == PaletteMode::smooth);
     randomToggle_->setChecked(paletteMode_ == PaletteMode::random);
-    demToggle_->setChecked(demEnabled_);
-    glowToggle_->setChecked(glowEnabled_);
-    trapsToggle_->setChecked(trapsEnabled_);
-    reliefToggle_->setChecked(reliefEnabled_);
+    demToggle_->setChecked(settings_.demEnabled);
+    glowToggle_->setChecked(settings_.glowEnabled);
+    trapsToggle_->setChecked(settings_.trapsEnabled);
+    reliefToggle_->setChecked(settings_.reliefEnabled);
     animateToggle_->setChecked(animateColorsEnabled_);
     autoToggle_->setChecked(autoEnabled_);
     for (const auto& [windowed, copy] : toggleTwins_) copy->setChecked(windowed->isChecked());
