@@ -6,7 +6,7 @@ BUILD_TYPE ?= RelWithDebInfo
 DEBIAN_PACKAGES := cmake ninja-build g++ pkg-config \
 	qt6-base-dev qt6-qpa-plugins libxkbcommon-dev fonts-dejavu-core libhwy-dev libtbb-dev \
 	libgtest-dev libgmock-dev libbenchmark-dev \
-	xvfb xauth xdotool imagemagick
+	xvfb xauth xdotool imagemagick locales
 
 .PHONY: all deps configure build run test bench clean
 
@@ -22,6 +22,14 @@ deps:
 	  $$sudo apt-get update -qq && \
 	  DEBIAN_FRONTEND=noninteractive $$sudo apt-get install -y -qq --no-install-recommends $$missing; \
 	fi
+	@# The status texts are tested under a comma-decimal locale.
+	@locale -a 2>/dev/null | grep -qix 'de_DE.utf-\?8' || { \
+	  echo "Generating the de_DE.UTF-8 locale"; \
+	  if [ "$$(id -u)" -eq 0 ]; then sudo=; else sudo=sudo; fi; \
+	  $$sudo sed -i 's/^# *\(de_DE.UTF-8 UTF-8\)/\1/' /etc/locale.gen && \
+	  { grep -qx 'de_DE.UTF-8 UTF-8' /etc/locale.gen || \
+	    echo 'de_DE.UTF-8 UTF-8' | $$sudo tee -a /etc/locale.gen >/dev/null; } && \
+	  $$sudo locale-gen >/dev/null; }
 
 $(BUILD)/build.ninja: | deps
 	cmake -S . -B $(BUILD) -G Ninja -DCMAKE_BUILD_TYPE=$(BUILD_TYPE) -DGLIMMERSCAPE_WERROR=ON
