@@ -51,23 +51,10 @@ QStringList MacViewController::statusTexts() const {
 
 void MacViewController::connectViewCallbacks() {
     MandelbrotView* view = fractalView_;
-    // Zooms, swipes, double clicks and selection changes on the picture end auto-explore.
-    view->onZoomRequested = [this](const RectF& pixels) {
-        stopAutoExplore();
-        zoomIntoRect(pixels);
-    };
-    view->onZoomHistoryBackRequested = [this] {
-        stopAutoExplore();
-        zoomBackAction();
-    };
-    view->onZoomHistoryForwardRequested = [this] {
-        stopAutoExplore();
-        zoomForwardAction();
-    };
-    view->onColorCycleRequested = [this] {
-        stopAutoExplore();
-        newRandomPalette();
-    };
+    view->onZoomRequested = [this](const RectF& pixels) { handleZoomRequested(pixels); };
+    view->onZoomHistoryBackRequested = [this] { handleZoomHistoryBack(); };
+    view->onZoomHistoryForwardRequested = [this] { handleZoomHistoryForward(); };
+    view->onColorCycleRequested = [this] { handleColorCycle(); };
     view->onSelectionChanged = [this](const std::optional<RectF>&) { stopAutoExplore(); };
     view->onPaletteShiftBegan = [this] { paletteShiftBegan(); };
     view->onPaletteShiftChanged = [this](double amount) { paletteShiftChanged(amount); };
@@ -76,6 +63,28 @@ void MacViewController::connectViewCallbacks() {
     view->onLayoutSubviewsChanged = [this] { viewDidLayout(); };
     view->onContextMenuRequested = [this](const QPoint& at) { showContextMenu(at); };
     juliaView_->onLayoutSubviewsChanged = [this] { juliaDidLayout(); };
+}
+
+// Zooms, history steps and new palettes asked for on the picture, or by their keys, buttons
+// and mouse equivalents, end auto-explore first.
+void MacViewController::handleZoomRequested(const RectF& pixels) {
+    stopAutoExplore();
+    zoomIntoRect(pixels);
+}
+
+void MacViewController::handleZoomHistoryBack() {
+    stopAutoExplore();
+    zoomBackAction();
+}
+
+void MacViewController::handleZoomHistoryForward() {
+    stopAutoExplore();
+    zoomForwardAction();
+}
+
+void MacViewController::handleColorCycle() {
+    stopAutoExplore();
+    newRandomPalette();
 }
 
 // A new size of the main picture reallocates its buffers and renders; the viewport stays.

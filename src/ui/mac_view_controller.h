@@ -175,6 +175,10 @@ private:
 
     // View callbacks and layout (mac_view_controller.cpp).
     void connectViewCallbacks();
+    void handleZoomRequested(const RectF& pixels);
+    void handleZoomHistoryBack();
+    void handleZoomHistoryForward();
+    void handleColorCycle();
     void viewDidLayout();
     void juliaDidLayout();
     void showContextMenu(const QPoint& globalPos);

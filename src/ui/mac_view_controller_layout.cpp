@@ -155,8 +155,8 @@ void MacViewController::connectControls() {
     on(resetViewControl_, &MacViewController::resetViewAction);
     on(resetAllControl_, &MacViewController::resetAllAction);
     on(helpControl_, &MacViewController::showHelp);
-    on(zoomBackControl_, &MacViewController::zoomBackAction);
-    on(zoomForwardControl_, &MacViewController::zoomForwardAction);
+    on(zoomBackControl_, &MacViewController::handleZoomHistoryBack);
+    on(zoomForwardControl_, &MacViewController::handleZoomHistoryForward);
 }
 
 QAction* MacViewController::addShortcut(const QString& title, const QKeySequence& keys,
@@ -171,7 +171,7 @@ QAction* MacViewController::addShortcut(const QString& title, const QKeySequence
 
 void MacViewController::buildShortcuts() {
     addShortcut(tr("New Random Palette"), QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_R),
-                &MacViewController::newRandomPalette);
+                &MacViewController::handleColorCycle);
     addShortcut(tr("Reset View"), QKeySequence(Qt::CTRL | Qt::Key_0), &MacViewController::resetViewAction);
     addShortcut(tr("Distance Estimation"), QKeySequence(Qt::CTRL | Qt::Key_D),
                 &MacViewController::toggleDistanceEstimation);
@@ -181,9 +181,9 @@ void MacViewController::buildShortcuts() {
     addShortcut(tr("Animate Colors"), QKeySequence(Qt::CTRL | Qt::Key_Y), &MacViewController::toggleAnimateColors);
     addShortcut(tr("Auto Explore"), QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_A),
                 &MacViewController::toggleAutoAction);
-    addShortcut(tr("Zoom Backward"), QKeySequence(Qt::CTRL | Qt::Key_Left), &MacViewController::zoomBackAction)
+    addShortcut(tr("Zoom Backward"), QKeySequence(Qt::CTRL | Qt::Key_Left), &MacViewController::handleZoomHistoryBack)
         ->setShortcuts({QKeySequence(Qt::CTRL | Qt::Key_Left), QKeySequence(Qt::ALT | Qt::Key_Left)});
-    addShortcut(tr("Zoom Forward"), QKeySequence(Qt::CTRL | Qt::Key_Right), &MacViewController::zoomForwardAction)
+    addShortcut(tr("Zoom Forward"), QKeySequence(Qt::CTRL | Qt::Key_Right), &MacViewController::handleZoomHistoryForward)
         ->setShortcuts({QKeySequence(Qt::CTRL | Qt::Key_Right), QKeySequence(Qt::ALT | Qt::Key_Right)});
     addShortcut(tr("Help"), QKeySequence(Qt::Key_F1), &MacViewController::showHelp);
     addShortcut(tr("Full Screen"), QKeySequence(Qt::Key_F11), &MacViewController::toggleFullScreen);

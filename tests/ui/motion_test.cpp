@@ -64,22 +64,43 @@ struct Flight : Explorer {
     }
 };
 
-TEST(AutoExplore, EveryGestureOnThePictureAndResetAllEndTheFlight) {
+// Each gesture, and every key, button and mouse equivalent of one, ends the flight.
+TEST(AutoExplore, EveryGestureItsEquivalentsAndResetAllEndTheFlight) {
     Flight f;
+    f.window->activateWindow();
+    ASSERT_TRUE(QTest::qWaitForWindowActive(f.window.get()));
+    QWidget* window = f.window.get();
+    MandelbrotView* view = &f.view();
+    auto button = [&](const char* label) {
+        for (auto* control : f.c().findChildren<BracketControl*>())
+            if (control->text() == QLatin1String(label)) return control;
+        return static_cast<BracketControl*>(nullptr);
+    };
     const std::vector<std::pair<const char*, std::function<void()>>> enders = {
-        {"zoom", [&] { f.view().onZoomRequested(RectF{10, 10, 40, 30}); }},
-        {"back", [&] { f.view().onZoomHistoryBackRequested(); }},
-        {"forward", [&] { f.view().onZoomHistoryForwardRequested(); }},
-        {"double click", [&] { f.view().onColorCycleRequested(); }},
-        {"selection", [&] { f.view().onSelectionChanged(std::nullopt); }},
+        {"zoom", [&] { view->onZoomRequested(RectF{10, 10, 40, 30}); }},
+        {"selection", [&] { view->onSelectionChanged(std::nullopt); }},
+        {"swipe back", [&] { view->onZoomHistoryBackRequested(); }},
+        {"swipe forward", [&] { view->onZoomHistoryForwardRequested(); }},
+        {"Alt+Left", [&] { QTest::keyClick(window, Qt::Key_Left, Qt::AltModifier); }},
+        {"Alt+Right", [&] { QTest::keyClick(window, Qt::Key_Right, Qt::AltModifier); }},
+        {"Ctrl+Left", [&] { QTest::keyClick(window, Qt::Key_Left, Qt::ControlModifier); }},
+        {"Ctrl+Right", [&] { QTest::keyClick(window, Qt::Key_Right, Qt::ControlModifier); }},
+        {"Zoom backward button", [&] { button("Zoom backward")->click(); }},
+        {"Zoom forward button", [&] { button("Zoom forward")->click(); }},
+        {"mouse back button", [&] { test::click(view, {5, 5}, Qt::BackButton); }},
+        {"wheel tilted", [&] { test::wheel(view, {-120, 0}); }},
+        {"+ key", [&] { QTest::keyClick(view, Qt::Key_Plus); }},
+        {"double click", [&] { QTest::mouseDClick(view, Qt::LeftButton, {}, {20, 20}); }},
+        {"Ctrl+Shift+R", [&] { QTest::keyClick(window, Qt::Key_R, Qt::ControlModifier | Qt::ShiftModifier); }},
         {"reset all", [&] { f.c().resetAll(); }},
     };
     for (const auto& [name, end] : enders) {
         SCOPED_TRACE(name);
-        f.view().restoreSelection(SelectionBox{0.2, 0.2, 0.3});
-        f.c().toggleAutoAction();  // switching on removes the box and stays on
-        EXPECT_FALSE(f.view().shownSelectionRect());
-        ASSERT_TRUE(f.c().autoEnabled());
+        view->setFocus();
+        view->restoreSelection(SelectionBox{0.2, 0.2, 0.3});
+        if (!f.c().autoEnabled()) f.c().toggleAutoAction();  // removes the box and stays on
+        EXPECT_FALSE(view->shownSelectionRect());
+        EXPECT_TRUE(f.c().autoEnabled());
         EXPECT_TRUE(f.c().autoStepScheduled());
         end();
         EXPECT_FALSE(f.c().autoEnabled());
