@@ -11,6 +11,7 @@
 
 #include "explore/auto_explore.h"
 #include "ui/bracket_controls.h"
+#include "ui/dissolve_overlay.h"
 #include "ui/hud_stat_view.h"
 #include "ui/julia_view.h"
 #include "ui/mac_view_controller.h"
@@ -188,11 +189,7 @@ void MacViewController::prepareDissolve() {
     if (!chromeHidden_) return;
     const QImage picture = fractalView_->makeImage();
     if (picture.isNull()) return;
-    auto* overlay = new QLabel(fractalView_);
-    overlay->setPixmap(QPixmap::fromImage(picture));
-    overlay->setScaledContents(true);
-    overlay->setAttribute(Qt::WA_TransparentForMouseEvents);
-    overlay->setGeometry(fractalView_->rect());
+    auto* overlay = new DissolveOverlay(picture, fractalView_);
     overlay->setGraphicsEffect(new QGraphicsOpacityEffect(overlay));
     overlay->show();
     autoDissolveOverlay_ = overlay;

@@ -6,6 +6,7 @@
 
 #include "explore/auto_explore.h"
 #include "ui/bracket_controls.h"
+#include "ui/dissolve_overlay.h"
 #include "ui/hud_stat_view.h"
 #include "ui_test_support.h"
 
@@ -219,6 +220,28 @@ TEST(FullScreen, TheJuliaSwapPausesTheFlightAndSwappingBackResumesIt) {
     f.c().handleHideChromeTagTap();
     EXPECT_FALSE(f.c().isShowingJuliaFullscreen());
     EXPECT_TRUE(f.c().autoStepScheduled());
+}
+
+// The cross-fade's snapshot is magnified like the picture (every pixel one of the picture's
+// colours) and keeps covering the view when the view changes size during the fade.
+TEST(FullScreen, TheDissolveSnapshotIsBlockyAndPinnedToTheView) {
+    QWidget view;
+    view.resize(120, 90);
+    QImage picture(2, 2, QImage::Format_RGBX8888);
+    const QList<QRgb> colours = {qRgb(255, 0, 0), qRgb(0, 255, 0), qRgb(0, 0, 255), qRgb(255, 255, 255)};
+    for (int i = 0; i < 4; ++i) picture.setPixel(i % 2, i / 2, colours[i]);
+    auto* overlay = new DissolveOverlay(picture, &view);
+    view.show();
+    for (const QSize size : {QSize(120, 90), QSize(317, 163)}) {
+        view.resize(size);
+        EXPECT_EQ(overlay->geometry(), view.rect());
+        const QImage shown = overlay->grab().toImage().convertToFormat(QImage::Format_RGB32);
+        ASSERT_EQ(shown.size(), size * overlay->devicePixelRatioF());
+        int blended = 0;
+        for (int y = 0; y < shown.height(); ++y)
+            for (int x = 0; x < shown.width(); ++x) blended += !colours.contains(shown.pixel(x, y));
+        EXPECT_EQ(blended, 0);
+    }
 }
 
 }  // namespace
