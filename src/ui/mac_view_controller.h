@@ -59,7 +59,8 @@ public:
 
     MandelbrotView* mandelbrotView() const { return fractalView_; }
     JuliaView* juliaView() const { return juliaView_; }
-    // 4:3 by default; 0 lets the picture fill the area beside the sidebar.
+    // The main picture's proportions, windowed and in full screen: 4:3 by default; 0 lets the
+    // picture fill its place.
     void setPictureAspect(double aspect);
 
     // --- Commands ---
@@ -247,7 +248,7 @@ private:
     QTimer* autoTimer_ = nullptr;
     bool chromeHidden_ = false;
     bool juliaFullscreen_ = false;
-    double windowedAspect_ = 0.0;
+    double pictureAspect_ = 4.0 / 3.0;  // the home view's proportions
     QRect windowedGeometry_;
     bool coveringScreenItself_ = false;  // full screen without a window manager's help
     QPointer<QWidget> autoDissolveOverlay_;

@@ -1,6 +1,6 @@
-// Full screen: the picture fills the screen under a small overlay with copies of the toggles,
-// the status line and a swap tag that shows the Julia view in the big place; auto-explore
-// pictures cross-fade there.
+// Full screen: the picture, at its own proportions on black, fills the screen's width or height
+// under a small overlay with copies of the toggles, the status line and a swap tag that shows
+// the Julia view in the big place; auto-explore pictures cross-fade there.
 #include <QGraphicsOpacityEffect>
 #include <QHBoxLayout>
 #include <QLabel>
@@ -23,6 +23,7 @@ namespace gs {
 namespace {
 constexpr int kChromeMargin = 12;
 constexpr int kJuliaSide = 176;  // the Julia view's size in the sidebar
+constexpr double kJuliaAspect = 1.0;  // the Julia picture spans -1.6..1.6 both ways
 constexpr int kWindowManagerGraceMs = 400;  // time a window manager gets to go full screen
 }  // namespace
 
@@ -113,10 +114,8 @@ void MacViewController::handleHideChromeTagTap() {
 
 void MacViewController::enterFullScreen() {
     chromeHidden_ = true;
-    windowedAspect_ = pictureFrame_->aspect();
     sidebar_->hide();
     statusBar_->hide();
-    pictureFrame_->setAspect(0);  // the picture fills the screen
     refreshControls();
     fullScreenChrome_->show();
     placeFullScreenChrome();
@@ -140,7 +139,6 @@ void MacViewController::exitFullScreen() {
     removeDissolve();
     fullScreenChrome_->hide();
     exitFullScreenAction_->setEnabled(false);
-    pictureFrame_->setAspect(windowedAspect_);
     sidebar_->show();
     statusBar_->show();
     showNormal();
@@ -164,7 +162,7 @@ void MacViewController::swapJuliaIntoPicture() {
     juliaView_->setMinimumSize(1, 1);
     juliaView_->setMaximumSize(QWIDGETSIZE_MAX, QWIDGETSIZE_MAX);
     fractalView_->hide();
-    pictureFrame_->setPicture(juliaView_);
+    pictureFrame_->setPicture(juliaView_, kJuliaAspect);
     placeFullScreenChrome();
 }
 
@@ -176,7 +174,7 @@ void MacViewController::swapJuliaBack() {
         column->insertWidget(0, juliaView_);
         juliaView_->show();
     }
-    pictureFrame_->setPicture(fractalView_);
+    pictureFrame_->setPicture(fractalView_, pictureAspect_);
     placeFullScreenChrome();
     if (autoEnabled_) scheduleAutoStep();
 }

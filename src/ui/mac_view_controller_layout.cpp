@@ -19,7 +19,6 @@ namespace gs {
 
 namespace {
 
-constexpr double kHomeAspect = 4.0 / 3.0;
 constexpr int kSidebarWidth = 232;
 constexpr int kJuliaSide = 176;
 const QSize kMinimumWindow(860, 560);
@@ -53,7 +52,7 @@ void MacViewController::buildInterface() {
     fill(this, style::kWindow);
 
     fractalView_ = new MandelbrotView;
-    pictureFrame_ = new PictureFrame(fractalView_, kHomeAspect, this);
+    pictureFrame_ = new PictureFrame(fractalView_, pictureAspect_, this);
     auto* top = new QHBoxLayout;
     top->setContentsMargins(0, 0, 0, 0);
     top->setSpacing(0);
@@ -74,7 +73,10 @@ void MacViewController::buildInterface() {
     fractalView_->setFocus();
 }
 
-void MacViewController::setPictureAspect(double aspect) { pictureFrame_->setAspect(aspect); }
+void MacViewController::setPictureAspect(double aspect) {
+    pictureAspect_ = aspect;
+    if (!juliaFullscreen_) pictureFrame_->setAspect(aspect);
+}
 
 QWidget* MacViewController::buildSidebar() {
     auto* sidebar = new QWidget(this);

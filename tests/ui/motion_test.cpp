@@ -8,6 +8,7 @@
 #include "ui/bracket_controls.h"
 #include "ui/dissolve_overlay.h"
 #include "ui/hud_stat_view.h"
+#include "ui/julia_view.h"
 #include "ui_test_support.h"
 
 namespace gs {
@@ -220,6 +221,25 @@ TEST(FullScreen, TheJuliaSwapPausesTheFlightAndSwappingBackResumesIt) {
     f.c().handleHideChromeTagTap();
     EXPECT_FALSE(f.c().isShowingJuliaFullscreen());
     EXPECT_TRUE(f.c().autoStepScheduled());
+}
+
+// In full screen the pictures keep their proportions (4:3, the Julia set square) and fill the
+// screen's width or height.
+TEST(FullScreen, PicturesKeepTheirProportions) {
+    Flight f;
+    f.c().toggleFullScreen();
+    ASSERT_TRUE(f.settle());
+    const QSize screen = f.window->size();
+    auto fitted = [&](QWidget* picture, double aspect) {
+        const QSize size = picture->size();
+        EXPECT_NEAR(double(size.width()) / size.height(), aspect, 0.01);
+        EXPECT_TRUE(size.width() == screen.width() || size.height() == screen.height());
+    };
+    fitted(&f.view(), 4.0 / 3.0);
+    f.c().handleFullScreenSwapTap();
+    fitted(f.c().juliaView(), 1.0);
+    f.c().handleFullScreenSwapTap();
+    fitted(&f.view(), 4.0 / 3.0);
 }
 
 // The cross-fade's snapshot is magnified like the picture (every pixel one of the picture's
