@@ -119,6 +119,7 @@ void MacViewController::installDefaultPresenters() {
         auto* box = new QMessageBox(QMessageBox::NoIcon, QString(), message, QMessageBox::NoButton, this);
         box->addButton(tr("OK"), QMessageBox::AcceptRole);
         box->setAttribute(Qt::WA_DeleteOnClose);
+        returnKeyboardAfter(box);
         box->open();
     };
     presentConfirmation = [this](const QString& message, std::function<void()> onYes) {
@@ -132,6 +133,7 @@ void MacViewController::installDefaultPresenters() {
         box->setEscapeButton(no);
         connect(yes, &QPushButton::clicked, this, [onYes = std::move(onYes)] { onYes(); });
         box->setAttribute(Qt::WA_DeleteOnClose);
+        returnKeyboardAfter(box);
         box->open();
     };
 }

@@ -32,6 +32,7 @@
 #include "explore/zoom_history.h"
 
 class QAction;
+class QDialog;
 class QLabel;
 class QTimer;
 
@@ -43,6 +44,7 @@ class HUDStatView;
 class JuliaView;
 class MandelbrotView;
 class PictureFrame;
+class Sidebar;
 class ZoomHistoryControl;
 
 class MacViewController : public QWidget {
@@ -166,7 +168,7 @@ private:
 
     // Interface (mac_view_controller_layout.cpp).
     void buildInterface();
-    QWidget* buildSidebar();
+    Sidebar* buildSidebar();
     QWidget* buildStatusBar();
     void buildShortcuts();
     QAction* addShortcut(const QString& title, const QKeySequence& keys, void (MacViewController::*command)());
@@ -184,6 +186,7 @@ private:
     void juliaDidLayout();
     void showContextMenu(const QPoint& globalPos);
     void installDefaultPresenters();
+    void returnKeyboardAfter(QDialog* dialog);
 
     // Render pipeline (mac_view_controller_render.cpp).
     ColourInputs colourInputs(const ShadingTuning& tuning) const;
@@ -285,7 +288,7 @@ private:
     BracketActionControl* helpControl_ = nullptr;
     ZoomHistoryControl* zoomBackControl_ = nullptr;
     ZoomHistoryControl* zoomForwardControl_ = nullptr;
-    QWidget* sidebar_ = nullptr;
+    Sidebar* sidebar_ = nullptr;
     QWidget* statusBar_ = nullptr;
     QWidget* fullScreenChrome_ = nullptr;
     QLabel* fullScreenStatus_ = nullptr;

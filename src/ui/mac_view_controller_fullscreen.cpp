@@ -17,12 +17,12 @@
 #include "ui/mac_view_controller.h"
 #include "ui/mandelbrot_view.h"
 #include "ui/picture_frame.h"
+#include "ui/sidebar.h"
 
 namespace gs {
 
 namespace {
 constexpr int kChromeMargin = 12;
-constexpr int kJuliaSide = 176;  // the Julia view's size in the sidebar
 constexpr double kJuliaAspect = 1.0;  // the Julia picture spans -1.6..1.6 both ways
 constexpr int kWindowManagerGraceMs = 400;  // time a window manager gets to go full screen
 }  // namespace
@@ -168,12 +168,7 @@ void MacViewController::swapJuliaIntoPicture() {
 
 void MacViewController::swapJuliaBack() {
     juliaFullscreen_ = false;
-    juliaView_->setFixedSize(kJuliaSide, kJuliaSide);
-    if (auto* column = qobject_cast<QVBoxLayout*>(sidebar_->layout())) {
-        juliaView_->setParent(sidebar_);
-        column->insertWidget(0, juliaView_);
-        juliaView_->show();
-    }
+    sidebar_->setThumbnail(juliaView_);
     pictureFrame_->setPicture(fractalView_, pictureAspect_);
     placeFullScreenChrome();
     if (autoEnabled_) scheduleAutoStep();

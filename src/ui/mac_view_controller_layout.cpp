@@ -13,6 +13,7 @@
 #include "ui/mac_view_controller.h"
 #include "ui/mandelbrot_view.h"
 #include "ui/picture_frame.h"
+#include "ui/sidebar.h"
 #include "ui/window_style.h"
 
 namespace gs {
@@ -20,7 +21,6 @@ namespace gs {
 namespace {
 
 constexpr int kSidebarWidth = 232;
-constexpr int kJuliaSide = 176;
 const QSize kMinimumWindow(860, 560);
 const QSize kPreferredWindow(1240, 840);
 
@@ -78,39 +78,39 @@ void MacViewController::setPictureAspect(double aspect) {
     if (!juliaFullscreen_) pictureFrame_->setAspect(aspect);
 }
 
-QWidget* MacViewController::buildSidebar() {
-    auto* sidebar = new QWidget(this);
+Sidebar* MacViewController::buildSidebar() {
+    auto* sidebar = new Sidebar(this);
+    sidebar->setObjectName(QStringLiteral("sidebar"));
     sidebar->setFixedWidth(kSidebarWidth);
     fill(sidebar, style::kPanel);
-    auto* column = new QVBoxLayout(sidebar);
+    QVBoxLayout* column = sidebar->column();
     column->setContentsMargins(18, 16, 14, 8);
     column->setSpacing(0);
-
-    juliaView_ = new JuliaView(sidebar);
-    juliaView_->setFixedSize(kJuliaSide, kJuliaSide);
-    column->addWidget(juliaView_);
 
     auto add = [&](QWidget* control) { column->addWidget(control, 0, Qt::AlignLeft); };
     column->addWidget(sectionTitle(tr("Palette"), sidebar));
     add(smoothToggle_ = new BracketToggleControl(tr("Smooth"), sidebar));
     add(randomToggle_ = new BracketToggleControl(tr("Random"), sidebar));
-    add(animateToggle_ = new BracketToggleControl(tr("Animate"), sidebar));
     add(newPaletteControl_ = new BracketActionControl(tr("New Palette"), sidebar));
+    column->addWidget(sectionTitle(tr("Motion"), sidebar));
+    add(animateToggle_ = new BracketToggleControl(tr("Animate"), sidebar));
+    add(autoToggle_ = new BracketToggleControl(tr("Auto"), sidebar));
     column->addWidget(sectionTitle(tr("Shading"), sidebar));
     add(demToggle_ = new BracketToggleControl(tr("Distance Estimation"), sidebar));
     add(glowToggle_ = new BracketToggleControl(tr("Glow"), sidebar));
     add(trapsToggle_ = new BracketToggleControl(tr("Traps"), sidebar));
     add(reliefToggle_ = new BracketToggleControl(tr("Relief"), sidebar));
-    add(autoToggle_ = new BracketToggleControl(tr("Auto"), sidebar));
     column->addWidget(sectionTitle(tr("View"), sidebar));
     add(resetViewControl_ = new BracketActionControl(tr("Reset View"), sidebar));
     add(resetAllControl_ = new BracketActionControl(tr("Reset All"), sidebar));
     column->addStretch(1);
+    sidebar->setThumbnail(juliaView_ = new JuliaView(sidebar));
     return sidebar;
 }
 
 QWidget* MacViewController::buildStatusBar() {
     auto* bar = new QWidget(this);
+    bar->setObjectName(QStringLiteral("statusBar"));
     fill(bar, style::kWindow);
     auto* row = new QHBoxLayout(bar);
     row->setContentsMargins(12, 8, 20, 10);
