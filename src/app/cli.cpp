@@ -10,6 +10,7 @@
 #include <QFile>
 #include <QImage>
 #include <QImageWriter>
+#include <QLocale>
 #include <chrono>
 #include <cmath>
 #include <memory>
@@ -19,6 +20,7 @@
 #include "core/frame.h"
 #include "core/mapfile.h"
 #include "core/palette.h"
+#include "core/tuning_fields.h"
 #include "library/atomic_file.h"
 #include "library/tuning_json.h"
 
@@ -28,6 +30,8 @@ namespace {
 struct Failure {
     QString message;
 };
+
+QString number(double v) { return QString::number(v, 'g', QLocale::FloatingPointShortest); }
 
 QByteArray readWholeFile(const QString& path, const QString& what) {
     QFile f(path);
@@ -53,11 +57,18 @@ ColorTable loadPalette(const RenderOptions& o, RandomSource& rng) {
     return *parsed.colors;
 }
 
+// A tuning file must hold all fourteen keys, each within the range of its slider.
 ShadingTuning loadTuning(const RenderOptions& o) {
     if (o.tuningPath.isEmpty()) return o.look.tuning;
     QString why;
     const auto t = decodeShadingTuning(readWholeFile(o.tuningPath, QStringLiteral("tuning")), &why);
     if (!t) throw Failure{QStringLiteral("'%1' is not a valid shading tuning: %2").arg(o.tuningPath, why)};
+    for (const TuningField& f : kTuningFields) {
+        const double v = (*t).*f.member;
+        if (!(v >= f.lower && v <= f.upper))
+            throw Failure{QStringLiteral("'%1': %2 must be from %3 to %4, got %5")
+                              .arg(o.tuningPath, QLatin1String(f.key), number(f.lower), number(f.upper), number(v))};
+    }
     return *t;
 }
 

@@ -6,11 +6,13 @@
 #include <vector>
 
 #include "app/cli.h"
+#include "explore/palette_motion.h"
 
 namespace gs {
 namespace {
 
 constexpr int kMaxSide = 65535;
+constexpr double kMaxViewExtent = 1e290;
 
 struct ArgError {
     QString message;
@@ -48,14 +50,15 @@ std::vector<double> toDoubles(const QString& option, const QString& text, int co
     return values;
 }
 
-double requireNumber(const QString& option, const QString& text) {
-    if (auto v = toDouble(text)) return *v;
-    throw ArgError{QStringLiteral("%1: expected a finite number, got '%2'").arg(option, text)};
-}
+QString number(double v) { return QString::number(v, 'g', QLocale::FloatingPointShortest); }
 
-double wrapUnit(double v) {
-    double w = v - std::trunc(v);
-    return w < 0 ? w + 1 : w;
+// A number within [lower, upper].
+double numberIn(const QString& option, const QString& text, double lower, double upper) {
+    const auto v = toDouble(text);
+    if (!v || !(*v >= lower && *v <= upper))
+        throw ArgError{QStringLiteral("%1: expected a number from %2 to %3, got '%4'")
+                           .arg(option, number(lower), number(upper), text)};
+    return *v;
 }
 
 // ---- the options ----
@@ -80,8 +83,10 @@ void parseView(RenderOptions& o, const QString& text) {
     const auto v = toDoubles(QStringLiteral("--view"), text, 4, "XMIN,XMAX,YMIN,YMAX");
     if (!(v[0] < v[1])) throw ArgError{QStringLiteral("--view: xmin must be less than xmax")};
     if (!(v[2] < v[3])) throw ArgError{QStringLiteral("--view: ymin must be less than ymax")};
-    if (!std::isfinite(v[1] - v[0]) || !std::isfinite(v[3] - v[2]))
-        throw ArgError{QStringLiteral("--view: the view is too wide to compute")};
+    // Wider views would make the shadings' pixel-size arithmetic overflow.
+    if (!(v[1] - v[0] <= kMaxViewExtent) || !(v[3] - v[2] <= kMaxViewExtent))
+        throw ArgError{QStringLiteral("--view: the view is too large to compute (at most %1 a side)")
+                           .arg(number(kMaxViewExtent))};
     o.view = {v[0], v[1], v[2], v[3]};
 }
 
@@ -125,8 +130,6 @@ struct Option {
     Apply apply;
 };
 
-QString number(double v) { return QString::number(v, 'g', QLocale::FloatingPointShortest); }
-
 std::vector<Option> makeOptions() {
     const ExplorerSettings d;
     const auto s = [](const char* text) { return QString::fromUtf8(text); };
@@ -151,9 +154,13 @@ std::vector<Option> makeOptions() {
         {{s("--save-palette")}, s("OUT.map"), s("also write the palette used"),
          [](RenderOptions& o, const QString& v) { o.savePalette = v; }},
         {{s("--frequency")}, s("F"), s("palette repeats (default %1)").arg(number(d.frequency)),
-         [](RenderOptions& o, const QString& v) { o.look.frequency = requireNumber(QStringLiteral("--frequency"), v); }},
+         [](RenderOptions& o, const QString& v) {
+             o.look.frequency = numberIn(QStringLiteral("--frequency"), v, kMinFrequency, kMaxFrequency);
+         }},
         {{s("--phase")}, s("P"), s("palette start, a fraction of the cycle (default %1)").arg(number(d.cycleOffset)),
-         [](RenderOptions& o, const QString& v) { o.look.cycleOffset = wrapUnit(requireNumber(QStringLiteral("--phase"), v)); }},
+         [](RenderOptions& o, const QString& v) {
+             o.look.cycleOffset = wrapCycle(numberIn(QStringLiteral("--phase"), v, 0, 1));
+         }},
         {{s("--dem")}, {}, s("distance-estimation edges"), [](RenderOptions& o, const QString&) { o.look.demEnabled = true; }},
         {{s("--glow")}, {}, s("glow"), [](RenderOptions& o, const QString&) { o.look.glowEnabled = true; }},
         {{s("--traps")}, {}, s("orbit traps"), [](RenderOptions& o, const QString&) { o.look.trapsEnabled = true; }},
@@ -162,6 +169,9 @@ std::vector<Option> makeOptions() {
          s("relief light position (default %1,%2)").arg(number(d.reliefLightRawX), number(d.reliefLightRawY)),
          [](RenderOptions& o, const QString& v) {
              const auto l = toDoubles(QStringLiteral("--light"), v, 2, "RAWX,RAWY");
+             if (std::abs(l[0]) > kLightRawLimit || std::abs(l[1]) > kLightRawLimit)
+                 throw ArgError{QStringLiteral("--light: expected RAWX,RAWY each from %1 to %2, got '%3'")
+                                    .arg(number(-kLightRawLimit), number(kLightRawLimit), v)};
              o.look.reliefLightRawX = l[0];
              o.look.reliefLightRawY = l[1];
          }},

@@ -34,4 +34,20 @@ inline constexpr std::array<TuningField, 14> kTuningFields = {{
     {"reliefEdgeCalm", &ShadingTuning::reliefEdgeCalm, 0.2, 1.4, false},
 }};
 
+// The largest magnitude a tuning value may have: far beyond any useful setting, and small
+// enough that no product of the colouring or the 32-bit relief overflows.
+inline constexpr double kTuningMagnitudeLimit = 1e15;
+
+// Whether colouring and relief under `t` keep every colour channel a number: for any data the
+// kernel produces (counts down to -inf, distances and trap distances from 0 to +inf), palettes
+// of any components, pixel sizes up to 1e290 and glow intensities up to 1e200 in magnitude.
+// That holds when every field is finite and at most kTuningMagnitudeLimit in magnitude, and
+//  - curve >= 0 and trapSharpness >= 0: a count of 0 or a trap distance of 0 raised to a
+//    negative power is infinite;
+//  - demSoftness != 0: the edge fade divides by it (0/0 on the fade's centre);
+//  - reliefEdgeCalm, as a 32-bit float, >= 0: a negative cap scales a flat gradient by
+//    cap / 0.
+// Values outside the slider ranges pass: a stored tuning may hold them and still colour.
+bool tuningKeepsColorsFinite(const ShadingTuning& t);
+
 }  // namespace gs

@@ -80,7 +80,14 @@ INSTANTIATE_TEST_SUITE_P(
                 "--view: expected XMIN,XMAX,YMIN,YMAX (finite numbers), got '-1,1,0'"},
         BadArgs{"view_nan", {"--view", "nan,1,0,1", "-o", kOut},
                 "--view: expected XMIN,XMAX,YMIN,YMAX (finite numbers), got 'nan,1,0,1'"},
-        BadArgs{"frequency", {"--frequency", "2.0x", "-o", kOut}, "--frequency: expected a finite number, got '2.0x'"},
+        BadArgs{"view_huge", {"--view", "0,1e300,0,1", "-o", kOut},
+                "--view: the view is too large to compute (at most 1e+290 a side)"},
+        BadArgs{"frequency", {"--frequency", "2.0x", "-o", kOut}, "--frequency: expected a number from 0.1 to 8, got '2.0x'"},
+        BadArgs{"frequency_zero", {"--frequency=0", "-o", kOut}, "--frequency: expected a number from 0.1 to 8, got '0'"},
+        BadArgs{"frequency_negative", {"--frequency", "-2", "-o", kOut}, "--frequency: expected a number from 0.1 to 8, got '-2'"},
+        BadArgs{"phase", {"--phase", "1.5", "-o", kOut}, "--phase: expected a number from 0 to 1, got '1.5'"},
+        BadArgs{"light", {"--light", "0.9,0", "-o", kOut}, "--light: expected RAWX,RAWY each from -0.85 to 0.85, got '0.9,0'"},
+        BadArgs{"flag_value", {"--glow=yes", "-o", kOut}, "--glow: takes no value"},
         BadArgs{"max_iter", {"--max-iter", "-3", "-o", kOut},
                 "--max-iter: expected a whole number from 0 to 2147483647, got '-3'"},
         BadArgs{"kernel", {"--kernel", "gpu", "-o", kOut}, "--kernel: expected auto, scalar or simd, got 'gpu'"},
@@ -101,6 +108,10 @@ TEST_F(CliTest, BadFilesFailWithOneLine) {
     for (int i = 0; i < 256; ++i) map += i == 11 ? "12 oops 3\n" : "1 2 3\n";
     writeText(path("bad.map"), map);
     writeText(path("tuning.json"), R"({"curve": 1})");
+    QByteArray sharp = R"({"curve":1,"demThickness":0,"demSoftness":2,"glowStrength":0.9,"glowRadius":0.8,"glowDim":0.8,)"
+                       R"("glowTint":0,"trapReach":0.4,"trapSharpness":-1,"trapGlint":0.35,"reliefHeight":1,)"
+                       R"("reliefShadow":0,"reliefShine":1,"reliefEdgeCalm":0.6})";
+    writeText(path("sharp.json"), sharp);
     const QString out = path("out.png");
     struct Case {
         QStringList args;
@@ -110,6 +121,7 @@ TEST_F(CliTest, BadFilesFailWithOneLine) {
         {{"--palette", path("bad.map")}, QStringLiteral("glimmerscape: '%1' is not a valid 256-colour .map palette: line 12").arg(path("bad.map"))},
         {{"--palette", path("missing.map")}, QStringLiteral("glimmerscape: cannot read palette '%1'").arg(path("missing.map"))},
         {{"--tuning", path("tuning.json")}, QStringLiteral("glimmerscape: '%1' is not a valid shading tuning: missing key \"demThickness\"").arg(path("tuning.json"))},
+        {{"--tuning", path("sharp.json"), "--traps"}, QStringLiteral("glimmerscape: '%1': trapSharpness must be from 0.15 to 2, got -1\n").arg(path("sharp.json"))},
     };
     for (const Case& c : cases) {
         const CliRun r = run(QStringList{"render", "--size", "8x6", "-o", out} + c.args);
