@@ -12,11 +12,13 @@
 #include <QImageWriter>
 #include <QLocale>
 #include <chrono>
+#include <future>
 #include <cmath>
 #include <memory>
 #include <new>
 
 #include "app/npy.h"
+#include "app/progress.h"
 #include "core/frame.h"
 #include "core/mapfile.h"
 #include "core/palette.h"
@@ -46,15 +48,26 @@ void writeOrFail(const QString& path, const QByteArray& bytes) {
         throw Failure{QStringLiteral("cannot write '%1': %2").arg(path, why)};
 }
 
-ColorTable loadPalette(const RenderOptions& o, RandomSource& rng) {
-    if (o.palette == QLatin1String("smooth")) return smoothPalette(rng);
-    if (o.palette == QLatin1String("random")) return randomPalette(rng);
+// The palette, and the seed it was generated from (none for a .map file).
+struct Palette {
+    ColorTable colors;
+    std::optional<std::uint64_t> seed;
+};
+
+// A generated palette always comes from a known seed, so that the picture can be made again.
+Palette loadPalette(const RenderOptions& o) {
+    if (o.palette == QLatin1String("smooth") || o.palette == QLatin1String("random")) {
+        const std::uint64_t seed = o.seed ? *o.seed : makeSystemRandom()->next();
+        SeededRandom rng(seed);
+        const PaletteMode mode = o.palette == QLatin1String("smooth") ? PaletteMode::smooth : PaletteMode::random;
+        return {generatePalette(mode, rng), seed};
+    }
     const QByteArray bytes = readWholeFile(o.palette, QStringLiteral("palette"));
     MapParseResult parsed = parseMap(std::string_view(bytes.constData(), static_cast<std::size_t>(bytes.size())));
     if (!parsed.colors)
         throw Failure{QStringLiteral("'%1' is not a valid 256-colour .map palette: %2")
                           .arg(o.palette, QString::fromStdString(parsed.error))};
-    return *parsed.colors;
+    return {*parsed.colors, std::nullopt};
 }
 
 // A tuning file must hold all fourteen keys, each within the range of its slider.
@@ -81,27 +94,37 @@ void checkMemory(const RenderOptions& o) {
         throw Failure{QStringLiteral("%1x%2 is too large to allocate on this machine").arg(o.width).arg(o.height)};
 }
 
-QByteArray encodePng(const Frame& frame) {
+QByteArray encodePicture(const Frame& frame, const QByteArray& format) {
     const QImage image(frame.pixels.data(), frame.width, frame.height, frame.width * 4,
                        QImage::Format_RGBA8888);
     QByteArray bytes;
     QBuffer buffer(&bytes);
     buffer.open(QIODevice::WriteOnly);
-    QImageWriter writer(&buffer, "png");
-    if (!writer.write(image)) throw Failure{QStringLiteral("cannot encode the PNG: %1").arg(writer.errorString())};
+    QImageWriter writer(&buffer, format);
+    if (format != "png") writer.setQuality(90);
+    if (!writer.write(image))
+        throw Failure{QStringLiteral("cannot encode the picture: %1").arg(writer.errorString())};
     return bytes;
 }
 
-void render(const RenderOptions& o, QTextStream& out) {
-    checkMemory(o);
-    std::unique_ptr<RandomSource> rng =
-        o.seed ? std::make_unique<SeededRandom>(*o.seed) : makeSystemRandom();
-    auto table = std::make_shared<const ColorTable>(loadPalette(o, *rng));
-    if (!o.savePalette.isEmpty()) writeOrFail(o.savePalette, QByteArray::fromStdString(writeMap(*table)));
+double secondsSince(std::chrono::steady_clock::time_point start) {
+    return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+}
 
+// A picture whose proportions differ from its region's is stretched; say so (it is still made).
+void noteStretching(const RenderOptions& o, QTextStream& err) {
+    const double region = o.julia ? 1.0 : o.view.width() / o.view.height();
+    const double picture = static_cast<double>(o.width) / o.height;
+    if (std::abs(region / picture - 1) <= 0.01) return;
+    err << "glimmerscape: note: the view's proportions (" << QString::number(region, 'f', 3)
+        << ") differ from the picture's (" << QString::number(picture, 'f', 3)
+        << "); the picture is stretched" << Qt::endl;
+}
+
+ColourInputs colourInputs(const RenderOptions& o, std::shared_ptr<const ColorTable> table) {
     const ExplorerSettings& look = o.look;
     ColourInputs colour;
-    colour.table = table;
+    colour.table = std::move(table);
     colour.frequency = look.frequency;
     colour.cycleOffset = look.cycleOffset;
     colour.dem = look.demEnabled;
@@ -110,9 +133,36 @@ void render(const RenderOptions& o, QTextStream& out) {
     colour.relief = look.reliefEnabled;
     colour.tuning = loadTuning(o);
     colour.light = look.reliefLight();
+    return colour;
+}
 
-    const std::int64_t maxIter = o.maxIter ? *o.maxIter : iterationCeiling(o.view);
+// Runs the render on its own thread while this one shows the progress.
+void renderWithProgress(const RenderRequest& request, Frame& frame, QTextStream& err, bool terminal,
+                        std::chrono::steady_clock::time_point start) {
+    std::atomic<int> rows{0};
+    auto work = std::async(std::launch::async, [&] { renderFrame(request, frame, &rows); });
+    ProgressBar bar(err, terminal);
+    while (work.wait_for(std::chrono::milliseconds(100)) != std::future_status::ready)
+        bar.update(static_cast<double>(rows.load()) / request.height, secondsSince(start));
+    bar.finish();
+    work.get();  // passes on a failed allocation
+}
+
+QString kernelName(KernelKind kernel) {
+    return kernel == KernelKind::scalar ? QStringLiteral("scalar")
+                                        : QStringLiteral("SIMD %1").arg(QString::fromStdString(simdTargetName()));
+}
+
+// The render's time covers everything from the palette to the lit picture; writing the files
+// is reported apart.
+void render(const RenderOptions& o, QTextStream& out, QTextStream& err, bool terminal) {
+    checkMemory(o);
+    noteStretching(o, err);
     const auto start = std::chrono::steady_clock::now();
+    Palette palette = loadPalette(o);
+    auto table = std::make_shared<const ColorTable>(std::move(palette.colors));
+    const std::int64_t maxIter = o.maxIter ? *o.maxIter : iterationCeiling(o.view);
+    const ColourInputs colour = colourInputs(o, table);
     RenderRequest request =
         o.julia ? juliaRequest(o.julia->first, o.julia->second, o.width, o.height, colour, maxIter)
                 : mandelbrotRequest(o.view, o.width, o.height, colour, maxIter);
@@ -121,29 +171,37 @@ void render(const RenderOptions& o, QTextStream& out) {
         o.threads > 0 ? static_cast<std::size_t>(o.threads) : static_cast<std::size_t>(tbb::info::default_concurrency());
     tbb::global_control limit(tbb::global_control::max_allowed_parallelism, threads);
     Frame frame;
-    renderFrame(request, frame);
-    const double seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
-
-    writeOrFail(o.output, encodePng(frame));
-    if (!o.dataPath.isEmpty()) writeOrFail(o.dataPath, encodeNpy(frame.data.data(), frame.width, frame.height));
-    const QString kernel = o.kernel == KernelKind::scalar
-                               ? QStringLiteral("scalar")
-                               : QStringLiteral("SIMD %1").arg(QString::fromStdString(simdTargetName()));
-    out << QStringLiteral("Rendered %1x%2 in %3 (%4 kernel, %5 threads, max %6 iterations) -> %7")
+    renderWithProgress(request, frame, err, terminal, start);
+    out << QStringLiteral("Rendered %1x%2 in %3 (%4 kernel, %5 threads, max %6 iterations)")
                .arg(o.width)
                .arg(o.height)
-               .arg(QString::fromStdString(renderTimeText(seconds)), kernel)
+               .arg(QString::fromStdString(renderTimeText(secondsSince(start))), kernelName(o.kernel))
                .arg(threads)
                .arg(maxIter)
-               .arg(o.output)
+        << Qt::endl;
+    if (palette.seed)
+        out << QStringLiteral("Palette: %1, seed %2 (--seed %2 makes it again)").arg(o.palette).arg(*palette.seed)
+            << Qt::endl;
+
+    const auto writing = std::chrono::steady_clock::now();
+    const QByteArray picture = encodePicture(frame, o.format);
+    writeOrFail(o.output, picture);
+    if (!o.savePalette.isEmpty()) writeOrFail(o.savePalette, QByteArray::fromStdString(writeMap(*table)));
+    if (!o.dataPath.isEmpty()) writeOrFail(o.dataPath, encodeNpy(frame.data.data(), frame.width, frame.height));
+    out << QStringLiteral("Wrote %1 (%2, %3 bytes) in %4")
+               .arg(o.output == QLatin1String("-") ? QStringLiteral("standard output") : o.output,
+                    QString::fromLatin1(o.format.toUpper()))
+               .arg(picture.size())
+               .arg(QString::fromStdString(renderTimeText(secondsSince(writing))))
         << Qt::endl;
 }
 
 }  // namespace
 
-int runRender(const RenderOptions& options, QTextStream& out, QTextStream& err) {
+int runRender(const RenderOptions& options, QTextStream& out, QTextStream& err, bool errIsTerminal) {
+    QTextStream& report = options.output == QLatin1String("-") ? err : out;  // stdout holds the picture
     try {
-        render(options, out);
+        render(options, report, err, errIsTerminal);
         return 0;
     } catch (const Failure& f) {
         err << "glimmerscape: " << f.message << Qt::endl;
@@ -154,13 +212,18 @@ int runRender(const RenderOptions& options, QTextStream& out, QTextStream& err) 
     return 1;
 }
 
-int runCommandLine(const QStringList& args, QTextStream& out, QTextStream& err) {
+int runCommandLine(const QStringList& args, QTextStream& out, QTextStream& err, bool errIsTerminal) {
     if (args.isEmpty() || args[0] == QLatin1String("--help") || args[0] == QLatin1String("-h")) {
-        out << "Usage: glimmerscape render [options] -o OUT.png   (glimmerscape render --help)" << Qt::endl;
+        out << programUsage();
+        out.flush();
+        return 0;
+    }
+    if (args[0] == QLatin1String("--version")) {
+        out << "glimmerscape " << GLIMMERSCAPE_VERSION << Qt::endl;
         return 0;
     }
     if (args[0] != QLatin1String("render")) {
-        err << "glimmerscape: unknown command '" << args[0] << "' (try: glimmerscape render --help)" << Qt::endl;
+        err << "glimmerscape: unknown command '" << args[0] << "' (try: glimmerscape --help)" << Qt::endl;
         return 2;
     }
     const auto parsed = parseRenderArguments(args.mid(1));
@@ -174,7 +237,7 @@ int runCommandLine(const QStringList& args, QTextStream& out, QTextStream& err) 
         out.flush();
         return 0;
     }
-    return runRender(options, out, err);
+    return runRender(options, out, err, errIsTerminal);
 }
 
 }  // namespace gs

@@ -1,4 +1,6 @@
 // The render command's options: one table that parses, checks and explains them.
+#include <QFileInfo>
+#include <QImageWriter>
 #include <QLatin1String>
 #include <QLocale>
 #include <charconv>
@@ -6,6 +8,7 @@
 #include <vector>
 
 #include "app/cli.h"
+#include "core/tuning_fields.h"
 #include "explore/palette_motion.h"
 
 namespace gs {
@@ -119,6 +122,36 @@ void parseThreads(RenderOptions& o, const QString& text) {
     o.threads = *n;
 }
 
+// The picture formats -o takes, by extension, where Qt can write them; PNG without one.
+struct PictureFormat {
+    const char* extension;
+    const char* format;
+};
+constexpr PictureFormat kPictureFormats[] = {{"png", "png"}, {"jpg", "jpeg"}, {"jpeg", "jpeg"}, {"webp", "webp"}};
+
+bool canWrite(const char* format) {
+    return QImageWriter::supportedImageFormats().contains(QByteArray(format));
+}
+
+void parseOutput(RenderOptions& o, const QString& path) {
+    o.output = path;
+    const QString extension = QFileInfo(path).suffix().toLower();
+    if (extension.isEmpty() || path == QLatin1String("-")) {
+        o.format = "png";
+        return;
+    }
+    QStringList known;
+    for (const PictureFormat& f : kPictureFormats) {
+        if (!canWrite(f.format)) continue;
+        if (extension == QLatin1String(f.extension)) {
+            o.format = f.format;
+            return;
+        }
+        known << QLatin1Char('.') + QLatin1String(f.extension);
+    }
+    throw ArgError{QStringLiteral("-o: cannot write .%1 pictures, only %2").arg(extension, known.join(QStringLiteral(", ")))};
+}
+
 using Apply = void (*)(RenderOptions&, const QString& value);
 
 // One option: its names, the placeholder of its value (empty for a flag), its help line, and
@@ -134,8 +167,10 @@ std::vector<Option> makeOptions() {
     const ExplorerSettings d;
     const auto s = [](const char* text) { return QString::fromUtf8(text); };
     return {
-        {{s("-o"), s("--output")}, s("OUT.png"), s("where to write the picture"),
-         [](RenderOptions& o, const QString& v) { o.output = v; }},
+        {{s("-o"), s("--output")}, s("OUT.png"),
+         s("where to write the picture: .png, .jpg or .webp (PNG without an extension, - for "
+           "standard output)"),
+         parseOutput},
         {{s("--size")}, s("WxH"), s("picture size in pixels (default 1200x900)"), parseSize},
         {{s("--view")}, s("XMIN,XMAX,YMIN,YMAX"), s("region of the plane (default -2.5,1.5,-1.5,1.5)"),
          parseView},
@@ -175,7 +210,7 @@ std::vector<Option> makeOptions() {
              o.look.reliefLightRawX = l[0];
              o.look.reliefLightRawY = l[1];
          }},
-        {{s("--tuning")}, s("FILE.json"), s("shading parameters (an object with all fourteen keys)"),
+        {{s("--tuning")}, s("FILE.json"), s("shading parameters: an object with the fourteen keys below"),
          [](RenderOptions& o, const QString& v) { o.tuningPath = v; }},
         {{s("--data")}, s("OUT.npy"), s("per-pixel nu, distance, trapDistance as float32 (H, W, 3)"),
          [](RenderOptions& o, const QString& v) { o.dataPath = v; }},
@@ -246,7 +281,51 @@ QString renderUsage() {
         if (!option.value.isEmpty()) left += QLatin1Char(' ') + option.value;
         text += left.leftJustified(34) + QLatin1Char(' ') + option.help + QLatin1Char('\n');
     }
+    text += QStringLiteral("\nTuning keys (--tuning), each a number within its range:\n");
+    const ShadingTuning defaults;
+    for (const TuningField& f : kTuningFields)
+        text += QStringLiteral("  %1 %2 to %3 (default %4)\n")
+                    .arg(QString::fromLatin1(f.key).leftJustified(20), number(f.lower), number(f.upper),
+                         QString::number(defaults.*f.member, 'g', 6));
     return text;
+}
+
+QString programUsage() {
+    return QStringLiteral(
+        "Usage: glimmerscape [Qt options]               opens the explorer window\n"
+        "       glimmerscape render [options] -o OUT    makes a picture without a display\n"
+        "       glimmerscape --version                  prints the version\n\n"
+        "glimmerscape render --help lists the render options.\n");
+}
+
+bool wantsCommandLine(const QStringList& args) {
+    if (args.isEmpty()) return false;
+    const QString& first = args.first();
+    return !first.startsWith(QLatin1Char('-')) || first == QLatin1String("--help") ||
+           first == QLatin1String("-h") || first == QLatin1String("--version");
+}
+
+bool windowSystemAvailable(const QStringList& args, const QProcessEnvironment& env) {
+    QString platform = env.value(QStringLiteral("QT_QPA_PLATFORM"));
+    bool x11 = !env.value(QStringLiteral("DISPLAY")).isEmpty();
+    const bool wayland = !env.value(QStringLiteral("WAYLAND_DISPLAY")).isEmpty();
+    for (qsizetype i = 0; i + 1 < args.size(); ++i) {
+        if (args[i] == QLatin1String("-platform") || args[i] == QLatin1String("--platform"))
+            platform = args[i + 1];
+        if (args[i] == QLatin1String("-display") || args[i] == QLatin1String("--display")) x11 = true;
+    }
+    if (platform.isEmpty()) return x11 || wayland;
+    for (const QString& candidate : platform.split(QLatin1Char(';'), Qt::SkipEmptyParts)) {
+        const QString name = candidate.section(QLatin1Char(':'), 0, 0);
+        if (name == QLatin1String("xcb")) {
+            if (x11) return true;
+        } else if (name.startsWith(QLatin1String("wayland"))) {
+            if (wayland) return true;
+        } else {
+            return true;  // offscreen, minimal, vnc, eglfs…: no display server needed
+        }
+    }
+    return false;
 }
 
 }  // namespace gs

@@ -4,6 +4,7 @@
 // rows over one by one; the command line renders whole frames with renderFrame.
 #pragma once
 
+#include <atomic>
 #include <cstdint>
 #include <memory>
 #include <optional>
@@ -100,8 +101,10 @@ void renderRow(const RenderRequest& r, int row, std::uint8_t* rgba, PixelExtende
                std::uint64_t* iterations = nullptr);
 
 // Renders every row in parallel into the frame (resized to the request), then the relief pass
-// when the request asks for it. Returns the iterations made.
-std::uint64_t renderFrame(const RenderRequest& r, Frame& frame);
+// when the request asks for it. Returns the iterations made. rowsDone, when given, counts the
+// rows as they finish (another thread may watch it).
+std::uint64_t renderFrame(const RenderRequest& r, Frame& frame,
+                          std::atomic<int>* rowsDone = nullptr);
 
 // Recolours the frame from its stored data in parallel rows; rebuilds the relief when on,
 // else drops the elevation cache. With keepInputs (palette animation) a Mandelbrot

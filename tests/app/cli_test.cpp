@@ -3,12 +3,16 @@
 #include <QDir>
 #include <QFile>
 #include <QImage>
+#include <QImageWriter>
+#include <QProcessEnvironment>
 #include <QTemporaryDir>
 #include <QTextStream>
 #include <cstring>
 
 #include "app/cli.h"
+#include "app/progress.h"
 #include "core/mapfile.h"
+#include "core/tuning_fields.h"
 
 namespace gs {
 namespace {
@@ -96,11 +100,71 @@ INSTANTIATE_TEST_SUITE_P(
         BadArgs{"julia", {"--julia", "0.3", "-o", kOut}, "--julia: expected CRE,CIM (finite numbers), got '0.3'"}),
     [](const auto& info) { return std::string(info.param.name); });
 
-TEST_F(CliTest, UnknownCommandAndHelp) {
+TEST_F(CliTest, ExplainsItselfWithoutADisplay) {
     EXPECT_EQ(run({QStringLiteral("paint")}).status, 2);
+    const CliRun version = run({QStringLiteral("--version")});
+    EXPECT_EQ(version.status, 0);
+    EXPECT_TRUE(version.out.startsWith(QLatin1String("glimmerscape 0."))) << version.out.toStdString();
+    EXPECT_TRUE(run({QStringLiteral("--help")}).out.contains(QLatin1String("glimmerscape render --help")));
     const CliRun help = run({QStringLiteral("render"), QStringLiteral("--help")});
     EXPECT_EQ(help.status, 0);
     EXPECT_TRUE(help.out.contains(QLatin1String("--max-iter N")));
+    // Every tuning key with its range, each on its own line.
+    for (const char* line : {"curve                0.4 to 2.5 (default 1)", "trapSharpness        0.15 to 2 (default 0.45)",
+                             "reliefEdgeCalm       0.2 to 1.4 (default 0.6)", "reliefShadow         -0.3 to 0.3 (default 0)"})
+        EXPECT_TRUE(help.out.contains(QLatin1String(line))) << line;
+    for (const TuningField& f : kTuningFields)
+        EXPECT_TRUE(help.out.contains(QStringLiteral("\n  %1 ").arg(QString::fromLatin1(f.key).leftJustified(20)))) << f.key;
+}
+
+// The command line's choice between itself and the window, and whether a window can open.
+TEST(CliStartup, ChoosesTheWindowOnlyWhereOneCanOpen) {
+    const QStringList none;
+    EXPECT_FALSE(wantsCommandLine(none));
+    EXPECT_FALSE(wantsCommandLine({"-platform", "offscreen"}));
+    for (const QStringList& args : {QStringList{"render"}, {"--help"}, {"-h"}, {"--version"}, {"paint"}})
+        EXPECT_TRUE(wantsCommandLine(args)) << args.join(' ').toStdString();
+
+    struct Case {
+        QStringList args;
+        QList<std::pair<const char*, const char*>> env;
+        bool available;
+    };
+    const Case cases[] = {
+        {{}, {}, false},
+        {{}, {{"DISPLAY", ":0"}}, true},
+        {{}, {{"WAYLAND_DISPLAY", "wayland-0"}}, true},
+        {{}, {{"QT_QPA_PLATFORM", "offscreen"}}, true},
+        {{}, {{"QT_QPA_PLATFORM", "xcb"}, {"WAYLAND_DISPLAY", "wayland-0"}}, false},
+        {{}, {{"QT_QPA_PLATFORM", "wayland;xcb"}, {"DISPLAY", ":1"}}, true},
+        {{"-platform", "offscreen"}, {{"QT_QPA_PLATFORM", "xcb"}}, true},
+        {{"-platform", "xcb:nomitshm"}, {}, false},
+        {{"-display", ":3"}, {}, true},
+    };
+    for (const Case& c : cases) {
+        QProcessEnvironment env;
+        for (const auto& [name, value] : c.env) env.insert(QLatin1String(name), QLatin1String(value));
+        EXPECT_EQ(windowSystemAvailable(c.args, env), c.available) << c.args.join(' ').toStdString();
+    }
+}
+
+TEST(CliProgress, ShowsOnATerminalAfterASecondAndClearsItsLine) {
+    for (const bool terminal : {false, true}) {
+        QString text;
+        QTextStream stream(&text);
+        ProgressBar bar(stream, terminal);
+        bar.update(0.3, 0.5);
+        EXPECT_TRUE(text.isEmpty());  // a short render shows nothing
+        bar.update(0.5, 1.2);
+        bar.finish();
+        if (!terminal) {
+            EXPECT_TRUE(text.isEmpty());
+            continue;
+        }
+        EXPECT_TRUE(text.startsWith(QLatin1String("\rRendering [###############...............]  50%")))
+            << text.toStdString();
+        EXPECT_TRUE(text.endsWith(QLatin1Char('\r')));
+    }
 }
 
 TEST_F(CliTest, BadFilesFailWithOneLine) {
@@ -135,10 +199,20 @@ TEST_F(CliTest, BadFilesFailWithOneLine) {
     EXPECT_TRUE(unwritable.err.startsWith(QStringLiteral("glimmerscape: cannot write '%1'").arg(path("no/such/dir/out.png"))));
 }
 
-TEST_F(CliTest, RendersTheHomeView) {
-    const CliRun r = run({"render", "--size", "160x120", "--seed", "7", "-o", path("home.png")});
+// The render's report, then the palette's seed, then the writing, each on its own line; the
+// printed seed makes the same picture again.
+TEST_F(CliTest, RendersTheHomeViewAndSaysHowToMakeItAgain) {
+    const CliRun r = run({"render", "--size", "160x120", "-o", path("home.png")});
     ASSERT_EQ(r.status, 0) << r.err.toStdString();
-    EXPECT_TRUE(r.out.startsWith(QLatin1String("Rendered 160x120 in "))) << r.out.toStdString();
+    const QStringList lines = r.out.split(QLatin1Char('\n'), Qt::SkipEmptyParts);
+    ASSERT_EQ(lines.size(), 3) << r.out.toStdString();
+    EXPECT_TRUE(lines[0].startsWith(QLatin1String("Rendered 160x120 in "))) << r.out.toStdString();
+    const QString seed = lines[1].section(QLatin1Char(' '), 3, 3);
+    EXPECT_EQ(lines[1], QStringLiteral("Palette: smooth, seed %1 (--seed %1 makes it again)").arg(seed));
+    EXPECT_TRUE(lines[2].startsWith(QStringLiteral("Wrote %1 (PNG, ").arg(path("home.png"))));
+    EXPECT_TRUE(r.err.isEmpty());  // 4:3 like the view: no note
+    ASSERT_EQ(run({"render", "--size", "160x120", "--seed", seed, "-o", path("again.png")}).status, 0);
+    EXPECT_EQ(QImage(path("again.png")), QImage(path("home.png")));
     const QImage image(path("home.png"));
     ASSERT_EQ(image.size(), QSize(160, 120));
     // The main cardioid (around -0.25) is black; far outside is coloured.
@@ -179,6 +253,32 @@ TEST_F(CliTest, WritesPerPixelDataAsNumpy) {
     std::memcpy(&nu, npy.constData() + 10 + headerLength + (1 * 5 + 2) * 12, 4);
     EXPECT_GT(nu, 0.0f);
     EXPECT_LT(nu, 50.0f);
+}
+
+// The extension names the format; a picture whose proportions differ from its region's by more
+// than 1 % is still made, with a note.
+TEST_F(CliTest, WritesTheFormatOfTheExtensionAndNotesStretching) {
+    const std::pair<const char*, QByteArray> formats[] = {
+        {"a.png", "\x89PNG"}, {"a.JPG", "\xff\xd8\xff"}, {"a.jpeg", "\xff\xd8\xff"}, {"noextension", "\x89PNG"}};
+    for (const auto& [name, magic] : formats) {
+        const CliRun r = run({"render", "--size", "40x30", "-o", path(name)});
+        ASSERT_EQ(r.status, 0) << name;
+        EXPECT_TRUE(readAll(path(name)).startsWith(magic)) << name;
+    }
+    if (QImageWriter::supportedImageFormats().contains("webp")) {
+        ASSERT_EQ(run({"render", "--size", "40x30", "-o", path("a.webp")}).status, 0);
+        EXPECT_EQ(readAll(path("a.webp")).mid(8, 4), QByteArray("WEBP"));
+    }
+    const CliRun tiff = run({"render", "-o", path("a.tiff")});
+    EXPECT_EQ(tiff.status, 2);
+    EXPECT_TRUE(tiff.err.startsWith(QLatin1String("glimmerscape: -o: cannot write .tiff pictures, only .png"))) << tiff.err.toStdString();
+
+    EXPECT_TRUE(run({"render", "--size", "40x30", "--view", "-1,1,-0.745,0.745", "-o", path("b.png")}).err.isEmpty());
+    const CliRun wide = run({"render", "--size", "64x36", "-o", path("c.png")});
+    EXPECT_EQ(wide.status, 0);
+    EXPECT_EQ(wide.err, QStringLiteral("glimmerscape: note: the view's proportions (1.333) differ from the "
+                                       "picture's (1.778); the picture is stretched\n"));
+    EXPECT_EQ(QImage(path("c.png")).size(), QSize(64, 36));
 }
 
 TEST_F(CliTest, RendersAJuliaSet) {
