@@ -3,11 +3,11 @@
 #include <QDir>
 #include <QFile>
 #include <QImage>
-#include <QImageWriter>
 #include <QProcessEnvironment>
 #include <QTemporaryDir>
 #include <QTextStream>
 #include <cstring>
+#include <tuple>
 
 #include "app/cli.h"
 #include "app/progress.h"
@@ -102,49 +102,36 @@ INSTANTIATE_TEST_SUITE_P(
 
 TEST_F(CliTest, ExplainsItselfWithoutADisplay) {
     EXPECT_EQ(run({QStringLiteral("paint")}).status, 2);
-    const CliRun version = run({QStringLiteral("--version")});
-    EXPECT_EQ(version.status, 0);
-    EXPECT_TRUE(version.out.startsWith(QLatin1String("glimmerscape 0."))) << version.out.toStdString();
+    EXPECT_TRUE(run({QStringLiteral("--version")}).out.startsWith(QLatin1String("glimmerscape 0.")));
     EXPECT_TRUE(run({QStringLiteral("--help")}).out.contains(QLatin1String("glimmerscape render --help")));
     const CliRun help = run({QStringLiteral("render"), QStringLiteral("--help")});
     EXPECT_EQ(help.status, 0);
     EXPECT_TRUE(help.out.contains(QLatin1String("--max-iter N")));
-    // Every tuning key with its range, each on its own line.
-    for (const char* line : {"curve                0.4 to 2.5 (default 1)", "trapSharpness        0.15 to 2 (default 0.45)",
-                             "reliefEdgeCalm       0.2 to 1.4 (default 0.6)", "reliefShadow         -0.3 to 0.3 (default 0)"})
-        EXPECT_TRUE(help.out.contains(QLatin1String(line))) << line;
-    for (const TuningField& f : kTuningFields)
+    EXPECT_TRUE(help.out.contains(QLatin1String("\n  trapSharpness        0.15 to 2 (default 0.45)\n")));
+    for (const TuningField& f : kTuningFields)  // every tuning key on a line of its own
         EXPECT_TRUE(help.out.contains(QStringLiteral("\n  %1 ").arg(QString::fromLatin1(f.key).leftJustified(20)))) << f.key;
 }
 
 // The command line's choice between itself and the window, and whether a window can open.
 TEST(CliStartup, ChoosesTheWindowOnlyWhereOneCanOpen) {
-    const QStringList none;
-    EXPECT_FALSE(wantsCommandLine(none));
+    EXPECT_FALSE(wantsCommandLine({}));
     EXPECT_FALSE(wantsCommandLine({"-platform", "offscreen"}));
-    for (const QStringList& args : {QStringList{"render"}, {"--help"}, {"-h"}, {"--version"}, {"paint"}})
-        EXPECT_TRUE(wantsCommandLine(args)) << args.join(' ').toStdString();
-
-    struct Case {
-        QStringList args;
-        QList<std::pair<const char*, const char*>> env;
-        bool available;
-    };
-    const Case cases[] = {
+    for (const char* first : {"render", "--help", "-h", "--version", "paint"}) EXPECT_TRUE(wantsCommandLine({first}));
+    const std::tuple<QStringList, QStringList, bool> cases[] = {  // arguments, environment, can open
         {{}, {}, false},
-        {{}, {{"DISPLAY", ":0"}}, true},
-        {{}, {{"WAYLAND_DISPLAY", "wayland-0"}}, true},
-        {{}, {{"QT_QPA_PLATFORM", "offscreen"}}, true},
-        {{}, {{"QT_QPA_PLATFORM", "xcb"}, {"WAYLAND_DISPLAY", "wayland-0"}}, false},
-        {{}, {{"QT_QPA_PLATFORM", "wayland;xcb"}, {"DISPLAY", ":1"}}, true},
-        {{"-platform", "offscreen"}, {{"QT_QPA_PLATFORM", "xcb"}}, true},
+        {{}, {"DISPLAY=:0"}, true},
+        {{}, {"WAYLAND_DISPLAY=wayland-0"}, true},
+        {{}, {"QT_QPA_PLATFORM=offscreen"}, true},
+        {{}, {"QT_QPA_PLATFORM=xcb", "WAYLAND_DISPLAY=wayland-0"}, false},
+        {{}, {"QT_QPA_PLATFORM=wayland;xcb", "DISPLAY=:1"}, true},
+        {{"-platform", "offscreen"}, {"QT_QPA_PLATFORM=xcb"}, true},
         {{"-platform", "xcb:nomitshm"}, {}, false},
         {{"-display", ":3"}, {}, true},
     };
-    for (const Case& c : cases) {
+    for (const auto& [args, variables, available] : cases) {
         QProcessEnvironment env;
-        for (const auto& [name, value] : c.env) env.insert(QLatin1String(name), QLatin1String(value));
-        EXPECT_EQ(windowSystemAvailable(c.args, env), c.available) << c.args.join(' ').toStdString();
+        for (const QString& v : variables) env.insert(v.section(QLatin1Char('='), 0, 0), v.section(QLatin1Char('='), 1));
+        EXPECT_EQ(windowSystemAvailable(args, env), available) << variables.join(' ').toStdString();
     }
 }
 
@@ -154,16 +141,10 @@ TEST(CliProgress, ShowsOnATerminalAfterASecondAndClearsItsLine) {
         QTextStream stream(&text);
         ProgressBar bar(stream, terminal);
         bar.update(0.3, 0.5);
-        EXPECT_TRUE(text.isEmpty());  // a short render shows nothing
+        EXPECT_TRUE(text.isEmpty());  // nothing in the first second
         bar.update(0.5, 1.2);
         bar.finish();
-        if (!terminal) {
-            EXPECT_TRUE(text.isEmpty());
-            continue;
-        }
-        EXPECT_TRUE(text.startsWith(QLatin1String("\rRendering [###############...............]  50%")))
-            << text.toStdString();
-        EXPECT_TRUE(text.endsWith(QLatin1Char('\r')));
+        EXPECT_EQ(text.startsWith(QLatin1String("\rRendering [###############...............]  50%\r ")), terminal);
     }
 }
 
@@ -259,15 +240,10 @@ TEST_F(CliTest, WritesPerPixelDataAsNumpy) {
 // than 1 % is still made, with a note.
 TEST_F(CliTest, WritesTheFormatOfTheExtensionAndNotesStretching) {
     const std::pair<const char*, QByteArray> formats[] = {
-        {"a.png", "\x89PNG"}, {"a.JPG", "\xff\xd8\xff"}, {"a.jpeg", "\xff\xd8\xff"}, {"noextension", "\x89PNG"}};
+        {"a.png", "\x89PNG"}, {"a.JPG", "\xff\xd8\xff"}, {"noextension", "\x89PNG"}, {"a.webp", "RIFF"}};
     for (const auto& [name, magic] : formats) {
-        const CliRun r = run({"render", "--size", "40x30", "-o", path(name)});
-        ASSERT_EQ(r.status, 0) << name;
+        ASSERT_EQ(run({"render", "--size", "40x30", "-o", path(name)}).status, 0) << name;
         EXPECT_TRUE(readAll(path(name)).startsWith(magic)) << name;
-    }
-    if (QImageWriter::supportedImageFormats().contains("webp")) {
-        ASSERT_EQ(run({"render", "--size", "40x30", "-o", path("a.webp")}).status, 0);
-        EXPECT_EQ(readAll(path("a.webp")).mid(8, 4), QByteArray("WEBP"));
     }
     const CliRun tiff = run({"render", "-o", path("a.tiff")});
     EXPECT_EQ(tiff.status, 2);
@@ -275,7 +251,6 @@ TEST_F(CliTest, WritesTheFormatOfTheExtensionAndNotesStretching) {
 
     EXPECT_TRUE(run({"render", "--size", "40x30", "--view", "-1,1,-0.745,0.745", "-o", path("b.png")}).err.isEmpty());
     const CliRun wide = run({"render", "--size", "64x36", "-o", path("c.png")});
-    EXPECT_EQ(wide.status, 0);
     EXPECT_EQ(wide.err, QStringLiteral("glimmerscape: note: the view's proportions (1.333) differ from the "
                                        "picture's (1.778); the picture is stretched\n"));
     EXPECT_EQ(QImage(path("c.png")).size(), QSize(64, 36));

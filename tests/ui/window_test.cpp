@@ -9,22 +9,10 @@
 namespace gs {
 namespace {
 
-using test::Explorer;
-
-// The visible widgets directly inside `parent`, in its coordinates.
-std::vector<std::pair<QString, QRect>> visibleChildren(const QWidget* parent) {
-    std::vector<std::pair<QString, QRect>> out;
-    for (const QWidget* child : parent->findChildren<QWidget*>(Qt::FindDirectChildrenOnly))
-        if (child->isVisible()) {
-            const auto* button = qobject_cast<const QAbstractButton*>(child);
-            out.emplace_back(button ? button->text() : QString::fromLatin1(child->metaObject()->className()),
-                             child->geometry());
-        }
-    return out;
-}
-
+// No two visible widgets of the sidebar or the bottom bar overlap or leave their area, and the
+// Julia thumbnail stays square.
 TEST(WindowLayout, NothingOverlapsFromTheMinimumSizeUp) {
-    Explorer e;
+    test::Explorer e;
     for (const QSize size : {QSize(860, 560), QSize(1024, 640), QSize(1280, 800), QSize(1920, 1080)}) {
         e.window->resize(size);
         ASSERT_TRUE(e.settle());
@@ -32,17 +20,22 @@ TEST(WindowLayout, NothingOverlapsFromTheMinimumSizeUp) {
             SCOPED_TRACE(testing::Message() << size.width() << "x" << size.height() << " " << area);
             const auto* parent = e.c().findChild<QWidget*>(QLatin1String(area));
             ASSERT_TRUE(parent);
-            const auto children = visibleChildren(parent);
-            EXPECT_GT(children.size(), 5u);
-            for (std::size_t i = 0; i < children.size(); ++i) {
-                EXPECT_TRUE(parent->rect().contains(children[i].second)) << children[i].first.toStdString();
-                for (std::size_t j = i + 1; j < children.size(); ++j)
-                    EXPECT_FALSE(children[i].second.intersects(children[j].second))
-                        << children[i].first.toStdString() << " / " << children[j].first.toStdString();
+            std::vector<const QWidget*> shown;
+            for (const QWidget* child : parent->findChildren<QWidget*>(Qt::FindDirectChildrenOnly))
+                if (child->isVisible()) shown.push_back(child);
+            EXPECT_GT(shown.size(), 5u);
+            auto name = [](const QWidget* w) {
+                const auto* button = qobject_cast<const QAbstractButton*>(w);
+                return (button ? button->text() : QString::fromLatin1(w->metaObject()->className())).toStdString();
+            };
+            for (std::size_t i = 0; i < shown.size(); ++i) {
+                EXPECT_TRUE(parent->rect().contains(shown[i]->geometry())) << name(shown[i]);
+                for (std::size_t j = i + 1; j < shown.size(); ++j)
+                    EXPECT_FALSE(shown[i]->geometry().intersects(shown[j]->geometry()))
+                        << name(shown[i]) << " / " << name(shown[j]);
             }
         }
-        const QSize julia = e.c().juliaView()->size();
-        EXPECT_EQ(julia.width(), julia.height());
+        EXPECT_EQ(e.c().juliaView()->width(), e.c().juliaView()->height());
     }
 }
 
