@@ -4,11 +4,11 @@
 BUILD ?= build
 BUILD_TYPE ?= RelWithDebInfo
 DEBIAN_PACKAGES := cmake ninja-build g++ pkg-config \
-	qt6-base-dev qt6-qpa-plugins libxkbcommon-dev fonts-dejavu-core libhwy-dev libtbb-dev \
+	qt6-base-dev qt6-qpa-plugins qt6-image-formats-plugins libxkbcommon-dev fonts-dejavu-core libhwy-dev libtbb-dev \
 	libgtest-dev libgmock-dev libbenchmark-dev \
 	xvfb xauth xdotool imagemagick openssl \
 	desktop-file-utils appstream xdg-utils \
-	libfftw3-dev qt6-multimedia-dev libpulse-dev pulseaudio pulseaudio-utils sox
+	libfftw3-dev qt6-multimedia-dev libpulse-dev pulseaudio pulseaudio-utils sox locales
 
 # The fuzz targets (fuzz/README.md) build with clang in their own directory.
 FUZZ_BUILD ?= build-fuzz
@@ -29,6 +29,14 @@ deps:
 	  $$sudo apt-get update -qq && \
 	  DEBIAN_FRONTEND=noninteractive $$sudo apt-get install -y -qq --no-install-recommends $$missing; \
 	fi
+	@# The status texts are tested under a comma-decimal locale.
+	@locale -a 2>/dev/null | grep -qix 'de_DE.utf-\?8' || { \
+	  echo "Generating the de_DE.UTF-8 locale"; \
+	  if [ "$$(id -u)" -eq 0 ]; then sudo=; else sudo=sudo; fi; \
+	  $$sudo sed -i 's/^# *\(de_DE.UTF-8 UTF-8\)/\1/' /etc/locale.gen && \
+	  { grep -qx 'de_DE.UTF-8 UTF-8' /etc/locale.gen || \
+	    echo 'de_DE.UTF-8 UTF-8' | $$sudo tee -a /etc/locale.gen >/dev/null; } && \
+	  $$sudo locale-gen >/dev/null; }
 
 $(BUILD)/build.ninja: | deps
 	cmake -S . -B $(BUILD) -G Ninja -DCMAKE_BUILD_TYPE=$(BUILD_TYPE) -DGLIMMERSCAPE_WERROR=ON

@@ -1,6 +1,8 @@
 // The command-line renderer: `glimmerscape render [options] -o OUT.png`, without a display.
 #pragma once
 
+#include <QByteArray>
+#include <QProcessEnvironment>
 #include <QString>
 #include <QStringList>
 #include <QTextStream>
@@ -10,11 +12,13 @@
 
 #include "core/budget.h"
 #include "core/kernel.h"
+#include "explore/explorer_settings.h"
 
 namespace gs {
 
 struct RenderOptions {
     QString output;                      // -o, required
+    QByteArray format = "png";           // the picture's format, from the output's extension
     int width = 1200, height = 900;      // --size
     Viewport view = kHomeView;           // --view
     std::optional<std::pair<double, double>> julia;  // --julia CRE,CIM
@@ -22,11 +26,9 @@ struct RenderOptions {
     QString palette = QStringLiteral("smooth");      // smooth | random | path to a .map
     std::optional<std::uint64_t> seed;               // --seed
     QString savePalette;                             // --save-palette
-    double frequency = 2.0;              // --frequency
-    double phase = 0.0;                  // --phase, wrapped into [0, 1)
-    bool dem = false, glow = false, traps = false, relief = false;
-    double lightX = -0.5, lightY = -0.5;  // --light RAWX,RAWY
-    QString tuningPath;                   // --tuning
+    // Frequency, phase, shadings, light and tuning: the explorer's defaults unless given.
+    ExplorerSettings look;
+    QString tuningPath;                   // --tuning: replaces look.tuning when rendering
     QString dataPath;                     // --data
     KernelKind kernel = KernelKind::simd; // --kernel (auto picks the SIMD dispatcher)
     int threads = 0;                      // --threads; 0: all cores
@@ -36,14 +38,32 @@ struct RenderOptions {
 // Parses the arguments after "render". On failure returns a one-line message.
 std::variant<RenderOptions, QString> parseRenderArguments(const QStringList& args);
 
+// The help texts, made from the tables of options and of tuning keys.
 QString renderUsage();
+QString programUsage();
 
-// Renders as the options say and writes the files. Prints the render time to out; errors go to
-// err as one line. Returns the process exit status (0 success, 1 failure).
-int runRender(const RenderOptions& options, QTextStream& out, QTextStream& err);
+// Renders as the options say and writes the files, reporting the render and the writing to
+// out (to err when the picture goes to standard output); notes and errors go to err as one
+// line each. A progress bar goes to err when it is a terminal. Returns the process exit
+// status (0 success, 1 failure).
+int runRender(const RenderOptions& options, QTextStream& out, QTextStream& err,
+              bool errIsTerminal = false);
 
 // The whole command line (argv without the program name). Exit status: 0 success, 1 a failed
 // render or write, 2 bad arguments.
-int runCommandLine(const QStringList& args, QTextStream& out, QTextStream& err);
+int runCommandLine(const QStringList& args, QTextStream& out, QTextStream& err,
+                   bool errIsTerminal = false);
+
+// Whether the arguments ask for the command line rather than the window: a command first, or
+// --help, -h, --version. Qt's own options (-platform, -style…) open the window.
+bool wantsCommandLine(const QStringList& args);
+
+// Whether Qt can open a window: the platform named by -platform or QT_QPA_PLATFORM needs no
+// display server, or the one it needs (X11 for xcb, Wayland; either by default) is set.
+bool windowSystemAvailable(const QStringList& args, const QProcessEnvironment& env);
+
+// The one line printed when the window cannot open.
+inline constexpr const char* kNoDisplayMessage =
+    "glimmerscape: no display; `glimmerscape render` makes pictures without one";
 
 }  // namespace gs

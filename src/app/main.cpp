@@ -1,9 +1,13 @@
 // Entry point. With no arguments (or only Qt's own, such as -platform) it opens the explorer
-// window; `glimmerscape render ...` renders from the command line without a display.
+// window; `glimmerscape render ...`, --help and --version run on the command line without a
+// display.
+#include <unistd.h>
+
 #include <QApplication>
 #include <QCoreApplication>
+#include <QProcessEnvironment>
 #include <QTextStream>
-#include <cstring>
+#include <cstdio>
 
 #include "app/cli.h"
 #include "ui/mac_view_controller.h"
@@ -11,18 +15,18 @@
 
 namespace {
 
-// Commands come first on the command line; Qt's own options all begin with a dash.
-bool wantsCommandLine(int argc, char** argv) {
-    if (argc < 2) return false;
-    const char* first = argv[1];
-    return first[0] != '-' || std::strcmp(first, "--help") == 0 || std::strcmp(first, "-h") == 0;
+QStringList argumentsOf(int argc, char** argv) {
+    QStringList args;
+    for (int i = 1; i < argc; ++i) args << QString::fromLocal8Bit(argv[i]);
+    return args;
 }
 
 int runCommandLine(int argc, char** argv) {
     QCoreApplication app(argc, argv);
     QCoreApplication::setApplicationName(QStringLiteral("glimmerscape"));
     QTextStream out(stdout), err(stderr);
-    return gs::runCommandLine(QCoreApplication::arguments().mid(1), out, err);
+    return gs::runCommandLine(QCoreApplication::arguments().mid(1), out, err,
+                              isatty(STDERR_FILENO) == 1);
 }
 
 int runWindow(int argc, char** argv) {
@@ -43,5 +47,12 @@ int runWindow(int argc, char** argv) {
 }  // namespace
 
 int main(int argc, char** argv) {
-    return wantsCommandLine(argc, argv) ? runCommandLine(argc, argv) : runWindow(argc, argv);
+    const QStringList args = argumentsOf(argc, argv);
+    if (gs::wantsCommandLine(args)) return runCommandLine(argc, argv);
+    // Qt would abort without a display: say what to do instead.
+    if (!gs::windowSystemAvailable(args, QProcessEnvironment::systemEnvironment())) {
+        std::fprintf(stderr, "%s\n", gs::kNoDisplayMessage);
+        return 1;
+    }
+    return runWindow(argc, argv);
 }

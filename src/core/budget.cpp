@@ -1,7 +1,7 @@
 #include "budget.h"
 
 #include <cmath>
-#include <cstdio>
+#include <charconv>
 #include <string_view>
 
 #include "fatal.h"
@@ -9,10 +9,13 @@
 namespace gs {
 namespace {
 
-std::string format(const char* pattern, double a) {
-    char buf[64];
-    std::snprintf(buf, sizeof buf, pattern, a);
-    return buf;
+// v with `decimals` digits after the point, as "%.Nf" writes it in the C locale: the status
+// texts read the same under every desktop locale.
+std::string fixed(double v, int decimals) {
+    char buf[400];  // the longest double (about 1.8e308) with its decimals
+    const auto [end, ec] = std::to_chars(buf, buf + sizeof buf, v, std::chars_format::fixed, decimals);
+    if (ec != std::errc()) fatal("status number does not fit its buffer");
+    return std::string(buf, end);
 }
 
 // Decimal digits and the minus sign written as superscripts; other characters stay.
@@ -54,19 +57,19 @@ bool zoomWithinLimit(double newWidth, double initialWidth) {
 }
 
 std::string zoomText(double zoom) {
-    if (zoom < 1000.0) return format("%.1f×", zoom);
+    if (zoom < 1000.0) return fixed(zoom, 1) + "×";
     const double exponent = std::trunc(std::log10(zoom));
     const double mantissa = zoom / std::pow(10.0, exponent);
-    return format("%.1f×10", mantissa) + superscript(format("%.0f", exponent)) + "×";
+    return fixed(mantissa, 1) + "×10" + superscript(fixed(exponent, 0)) + "×";
 }
 
 std::string centerText(const Viewport& v) {
     const double y = v.centerY();
-    return format("%.4f", v.centerX()) + (y >= 0 ? "+" : "") + format("%.4f", y) + "i";
+    return fixed(v.centerX(), 4) + (y >= 0 ? "+" : "") + fixed(y, 4) + "i";
 }
 
 std::string iterationsText(std::int64_t maxIterations) { return std::to_string(maxIterations); }
 
-std::string renderTimeText(double seconds) { return format("%.2fs", seconds); }
+std::string renderTimeText(double seconds) { return fixed(seconds, 2) + "s"; }
 
 }  // namespace gs

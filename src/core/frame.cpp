@@ -181,7 +181,7 @@ void renderRow(const RenderRequest& r, int row, std::uint8_t* rgba, PixelExtende
     colourRow(r, data, rgba, s.nu.data());
 }
 
-std::uint64_t renderFrame(const RenderRequest& r, Frame& frame) {
+std::uint64_t renderFrame(const RenderRequest& r, Frame& frame, std::atomic<int>* rowsDone) {
     frame.resize(r.width, r.height);
     frame.elevation.clear();
     frame.keptInputs.invalidate();
@@ -193,6 +193,7 @@ std::uint64_t renderFrame(const RenderRequest& r, Frame& frame) {
         const std::size_t at = static_cast<std::size_t>(row) * w;
         renderRow(r, row, frame.pixels.data() + at * 4, frame.data.data() + at, &n);
         total.fetch_add(n, std::memory_order_relaxed);
+        if (rowsDone) rowsDone->fetch_add(1, std::memory_order_relaxed);
     });
     if (r.relief) reliefPass(frame, r.maxIter, r.light, r.colour.tuning);
     return total.load();

@@ -4,6 +4,7 @@
 // rows over one by one; the command line renders whole frames with renderFrame.
 #pragma once
 
+#include <atomic>
 #include <cstdint>
 #include <memory>
 #include <optional>
@@ -42,7 +43,7 @@ struct ColourInputs {
     bool dem = false, traps = false, glow = false, relief = false;
     ShadingTuning tuning;
     ReliefLight light;
-    double dramaBoost = 0.0;  // sound's relief drama boost; 0 leaves the stored drama
+    double dramaBoost = 0.0;  // added to the light's drama (held in [0, 1]); 0 leaves it
 };
 
 // A Mandelbrot render request for a viewport at a size, with the ceiling of the budget rule
@@ -100,11 +101,13 @@ void renderRow(const RenderRequest& r, int row, std::uint8_t* rgba, PixelExtende
                std::uint64_t* iterations = nullptr);
 
 // Renders every row in parallel into the frame (resized to the request), then the relief pass
-// when the request asks for it. Returns the iterations made.
-std::uint64_t renderFrame(const RenderRequest& r, Frame& frame);
+// when the request asks for it. Returns the iterations made. rowsDone, when given, counts the
+// rows as they finish (another thread may watch it).
+std::uint64_t renderFrame(const RenderRequest& r, Frame& frame,
+                          std::atomic<int>* rowsDone = nullptr);
 
 // Recolours the frame from its stored data in parallel rows; rebuilds the relief when on,
-// else drops the elevation cache. With keepInputs (palette animation, sound) a Mandelbrot
+// else drops the elevation cache. With keepInputs (palette animation) a Mandelbrot
 // frame keeps its palette-independent inputs and the next recolours under the same key
 // colour from them: the same bytes, in about two thirds of the time. Whoever writes the frame's data
 // must invalidate them.

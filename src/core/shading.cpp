@@ -18,7 +18,6 @@
 namespace gs {
 namespace {
 
-constexpr double kLightClamp = 0.85;  // the raw light position is clamped to +-0.85 per axis
 
 // Clamp to [0, 1]. NaN passes through so that the byte conversion can stop on it.
 double clamp01(double x) { return x < 0 ? 0.0 : (x > 1 ? 1.0 : x); }
@@ -157,8 +156,8 @@ void juliaColorRow(const JuliaColorParams& p, const float* nu, std::size_t count
 // ---- Relief light ----
 
 ReliefLight lightVector(double rawX, double rawY) {
-    const double x = std::clamp(rawX, -kLightClamp, kLightClamp);
-    const double y = std::clamp(rawY, -kLightClamp, kLightClamp);
+    const double x = std::clamp(rawX, -kLightRawLimit, kLightRawLimit);
+    const double y = std::clamp(rawY, -kLightRawLimit, kLightRawLimit);
     const double r = std::sqrt(x * x + y * y);
     double z = 0.9 - 0.5 * r;
     z = z < 0.25 ? 0.25 : std::min(z, 0.95);
@@ -185,8 +184,8 @@ void rawLightFromAzimuth(double azimuthDegrees, double strengthPercent, double& 
                          double& rawY) {
     const double radians = azimuthDegrees * std::numbers::pi / 180;
     const double length = strengthPercent / 100 * kLongestLightOffset;
-    rawX = std::clamp(length * std::cos(radians), -kLightClamp, kLightClamp);
-    rawY = std::clamp(length * std::sin(radians), -kLightClamp, kLightClamp);
+    rawX = std::clamp(length * std::cos(radians), -kLightRawLimit, kLightRawLimit);
+    rawY = std::clamp(length * std::sin(radians), -kLightRawLimit, kLightRawLimit);
 }
 
 // ---- Relief elevation ----

@@ -23,6 +23,8 @@ static_assert(sizeof(PixelExtendedData) == 12, "records are packed, three floats
 inline constexpr aColor kHaloColor{1.0, 0.9411764705882353, 1.0};
 // The smallest normal double: the floor of the glow radius and of the distance in pixels.
 inline constexpr double kSmallestNormal = 2.2250738585072014e-308;
+// The raw light position is clamped to +-0.85 per axis before the light is made from it.
+inline constexpr double kLightRawLimit = 0.85;
 // Length of (0.85, 0.85): the longest light offset, at which the drama reaches 1.
 inline constexpr double kLongestLightOffset = 1.2020815280171306;
 
@@ -69,8 +71,8 @@ struct ColorParams {
     std::size_t tableSize = 0;
     double frequency = 2.0;
     double cycleOffset = 0.0;
-    double colorShift = 0.0;     // soundHueAnchorShift + soundVolumeDisplacement
-    double glowIntensity = 1.0;  // soundGlowIntensity
+    double colorShift = 0.0;     // added to the palette position
+    double glowIntensity = 1.0;  // factor on the glow amount
     double pixelSize = 0.0;      // complex-plane width of one pixel
     bool dem = false, traps = false, glow = false;
     ShadingTuning tuning;
@@ -90,11 +92,10 @@ void colorRow(const ColorParams& p, const PixelExtendedData* data, std::size_t c
 
 // The per-pixel colouring inputs that do not depend on the palette, its frequency, cycle
 // offset or shift, nor on the glow intensity: the normalised count, the trap weight, the glow
-// falloff and the edge factor. Palette animation and the sound-driven colours change only
-// those, so a picture coloured again and again keeps these and skips the logarithms, powers
-// and exponentials that make them. One value per pixel in each array, in the fast colouring's
-// own encoding (which also says which values are exact); an array is used only when its shading
-// is on.
+// falloff and the edge factor. Palette animation changes only those, so a picture coloured
+// again and again keeps these and skips the logarithms, powers and exponentials that make them.
+// One value per pixel in each array, in the fast colouring's own encoding (which also says
+// which values are exact); an array is used only when its shading is on.
 struct ColourInputRow {
     double* count = nullptr;
     float* weight = nullptr;

@@ -9,7 +9,6 @@ namespace gs {
 
 inline constexpr double kAnimationTickInterval = 1.0 / 30.0;  // seconds between ticks
 inline constexpr double kMaxTickStep = 0.25;                  // seconds; longer stalls are cut
-inline constexpr double kDefaultAnimationSpeed = 0.12;        // palette cycles per second
 inline constexpr double kPaletteShiftCyclesPerViewHeight = 0.3;
 inline constexpr double kFrequencyShiftPerViewHeight = 3.0;
 inline constexpr double kLightShiftPerViewDimension = 1.5;

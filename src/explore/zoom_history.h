@@ -76,7 +76,7 @@ public:
     // Forgets the box leading to a deeper view (auto-explore switching on).
     void clearOutgoingSelection() { outgoing_.reset(); }
 
-    // Replaces the bounds without touching the history (auto-explore, bookmarks, share links).
+    // Replaces the bounds without touching the history (an auto-explore step, a view set directly).
     void setBounds(const Viewport& v) { current_ = v; }
 
 private:

@@ -1,15 +1,53 @@
 #include "atomic_file.h"
 
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <QFile>
 #include <QSaveFile>
 
 namespace gs {
+namespace {
+
+bool fail(QString* error, const QString& why) {
+    if (error) *error = why;
+    return false;
+}
+
+// Writes into an open device; false with the reason when not everything got written.
+bool writeAll(QFile& file, const QByteArray& bytes, QString* error) {
+    if (file.write(bytes) != bytes.size() || !file.flush()) return fail(error, file.errorString());
+    return true;
+}
+
+bool writeStandardOutput(const QByteArray& bytes, QString* error) {
+    QFile out;
+    if (!out.open(STDOUT_FILENO, QIODevice::WriteOnly, QFileDevice::DontCloseHandle))
+        return fail(error, out.errorString());
+    return writeAll(out, bytes, error);
+}
+
+// Devices and FIFOs: renaming a file over them would replace them, so they are written in place.
+bool writeInPlace(const QString& path, const QByteArray& bytes, QString* error) {
+    QFile file(path);
+    if (!file.open(QIODevice::WriteOnly | QIODevice::Unbuffered)) return fail(error, file.errorString());
+    return writeAll(file, bytes, error);
+}
+
+}  // namespace
 
 bool writeFileAtomically(const QString& path, const QByteArray& bytes, QString* error) {
+    if (path == QLatin1String("-")) return writeStandardOutput(bytes, error);
+    struct stat target {};
+    if (::stat(QFile::encodeName(path).constData(), &target) == 0 && !S_ISREG(target.st_mode)) {
+        if (S_ISDIR(target.st_mode)) return fail(error, QStringLiteral("it is a folder"));
+        return writeInPlace(path, bytes, error);
+    }
     QSaveFile file(path);
     if (!file.open(QIODevice::WriteOnly) || file.write(bytes) != bytes.size() || !file.commit()) {
-        if (error) *error = file.errorString();
+        const QString why = file.errorString();
         file.cancelWriting();
-        return false;
+        return fail(error, why);
     }
     return true;
 }

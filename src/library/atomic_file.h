@@ -8,6 +8,8 @@ namespace gs {
 
 // Writes bytes to path through a temporary file renamed into place. On failure returns false
 // and, when error is given, says why in plain words; an existing file stays as it was.
+// A target that exists and is not a regular file (a device such as /dev/null, a FIFO) is
+// written directly and never replaced, as is "-", standard output; a folder is refused.
 bool writeFileAtomically(const QString& path, const QByteArray& bytes, QString* error = nullptr);
 
 }  // namespace gs

@@ -6,6 +6,7 @@
 #include <array>
 #include <utility>
 
+#include "core/tuning_fields.h"
 #include "json_text.h"
 
 namespace gs {
@@ -14,22 +15,13 @@ namespace {
 template <class Tuning, std::size_t N>
 using FieldTable = std::array<std::pair<const char*, double Tuning::*>, N>;
 
-const FieldTable<ShadingTuning, 14> kShadingFields = {{
-    {"curve", &ShadingTuning::curve},
-    {"demThickness", &ShadingTuning::demThickness},
-    {"demSoftness", &ShadingTuning::demSoftness},
-    {"glowStrength", &ShadingTuning::glowStrength},
-    {"glowRadius", &ShadingTuning::glowRadius},
-    {"glowDim", &ShadingTuning::glowDim},
-    {"glowTint", &ShadingTuning::glowTint},
-    {"trapReach", &ShadingTuning::trapReach},
-    {"trapSharpness", &ShadingTuning::trapSharpness},
-    {"trapGlint", &ShadingTuning::trapGlint},
-    {"reliefHeight", &ShadingTuning::reliefHeight},
-    {"reliefShadow", &ShadingTuning::reliefShadow},
-    {"reliefShine", &ShadingTuning::reliefShine},
-    {"reliefEdgeCalm", &ShadingTuning::reliefEdgeCalm},
-}};
+// The shading fields in their order, from the one table of them.
+const FieldTable<ShadingTuning, 14> kShadingFields = [] {
+    FieldTable<ShadingTuning, 14> table{};
+    for (std::size_t i = 0; i < kTuningFields.size(); ++i)
+        table[i] = {kTuningFields[i].key, kTuningFields[i].member};
+    return table;
+}();
 
 const FieldTable<SoundTuning, 6> kSoundFields = {{
     {"sensitivity", &SoundTuning::sensitivity},

@@ -25,7 +25,6 @@ const QString MacViewController::kResetAllMessage = QStringLiteral(
 MacViewController::MacViewController(QWidget* parent)
     : QWidget(parent),
       rng_(makeSystemRandom()),
-      reliefLight_(lightVector(reliefLightRawX_, reliefLightRawY_)),
       trace_(qEnvironmentVariableIntValue("GLIMMERSCAPE_TRACE") == 1) {
     // Stale renders run to completion; like a global concurrent queue, the pool has threads
     // enough that a new render never waits behind them.
@@ -52,23 +51,10 @@ QStringList MacViewController::statusTexts() const {
 
 void MacViewController::connectViewCallbacks() {
     MandelbrotView* view = fractalView_;
-    // Zooms, swipes, double clicks and selection changes on the picture end auto-explore.
-    view->onZoomRequested = [this](const RectF& pixels) {
-        stopAutoExplore();
-        zoomIntoRect(pixels);
-    };
-    view->onZoomHistoryBackRequested = [this] {
-        stopAutoExplore();
-        zoomBackAction();
-    };
-    view->onZoomHistoryForwardRequested = [this] {
-        stopAutoExplore();
-        zoomForwardAction();
-    };
-    view->onColorCycleRequested = [this] {
-        stopAutoExplore();
-        newRandomPalette();
-    };
+    view->onZoomRequested = [this](const RectF& pixels) { handleZoomRequested(pixels); };
+    view->onZoomHistoryBackRequested = [this] { handleZoomHistoryBack(); };
+    view->onZoomHistoryForwardRequested = [this] { handleZoomHistoryForward(); };
+    view->onColorCycleRequested = [this] { handleColorCycle(); };
     view->onSelectionChanged = [this](const std::optional<RectF>&) { stopAutoExplore(); };
     view->onPaletteShiftBegan = [this] { paletteShiftBegan(); };
     view->onPaletteShiftChanged = [this](double amount) { paletteShiftChanged(amount); };
@@ -77,6 +63,28 @@ void MacViewController::connectViewCallbacks() {
     view->onLayoutSubviewsChanged = [this] { viewDidLayout(); };
     view->onContextMenuRequested = [this](const QPoint& at) { showContextMenu(at); };
     juliaView_->onLayoutSubviewsChanged = [this] { juliaDidLayout(); };
+}
+
+// Zooms, history steps and new palettes asked for on the picture, or by their keys, buttons
+// and mouse equivalents, end auto-explore first.
+void MacViewController::handleZoomRequested(const RectF& pixels) {
+    stopAutoExplore();
+    zoomIntoRect(pixels);
+}
+
+void MacViewController::handleZoomHistoryBack() {
+    stopAutoExplore();
+    zoomBackAction();
+}
+
+void MacViewController::handleZoomHistoryForward() {
+    stopAutoExplore();
+    zoomForwardAction();
+}
+
+void MacViewController::handleColorCycle() {
+    stopAutoExplore();
+    newRandomPalette();
 }
 
 // A new size of the main picture reallocates its buffers and renders; the viewport stays.
@@ -111,6 +119,7 @@ void MacViewController::installDefaultPresenters() {
         auto* box = new QMessageBox(QMessageBox::NoIcon, QString(), message, QMessageBox::NoButton, this);
         box->addButton(tr("OK"), QMessageBox::AcceptRole);
         box->setAttribute(Qt::WA_DeleteOnClose);
+        returnKeyboardAfter(box);
         box->open();
     };
     presentConfirmation = [this](const QString& message, std::function<void()> onYes) {
@@ -124,6 +133,7 @@ void MacViewController::installDefaultPresenters() {
         box->setEscapeButton(no);
         connect(yes, &QPushButton::clicked, this, [onYes = std::move(onYes)] { onYes(); });
         box->setAttribute(Qt::WA_DeleteOnClose);
+        returnKeyboardAfter(box);
         box->open();
     };
 }

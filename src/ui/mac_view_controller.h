@@ -26,11 +26,13 @@
 
 #include "core/frame.h"
 #include "core/palette.h"
+#include "explore/explorer_settings.h"
 #include "explore/palette_motion.h"
 #include "explore/selection.h"
 #include "explore/zoom_history.h"
 
 class QAction;
+class QDialog;
 class QLabel;
 class QTimer;
 
@@ -42,6 +44,7 @@ class HUDStatView;
 class JuliaView;
 class MandelbrotView;
 class PictureFrame;
+class Sidebar;
 class ZoomHistoryControl;
 
 class MacViewController : public QWidget {
@@ -58,7 +61,8 @@ public:
 
     MandelbrotView* mandelbrotView() const { return fractalView_; }
     JuliaView* juliaView() const { return juliaView_; }
-    // 4:3 by default; 0 lets the picture fill the area beside the sidebar.
+    // The main picture's proportions, windowed and in full screen: 4:3 by default; 0 lets the
+    // picture fill its place.
     void setPictureAspect(double aspect);
 
     // --- Commands ---
@@ -78,7 +82,7 @@ public:
     void resetAllAction();  // asks first; only "Yes" resets
     void resetAll();        // without asking
     void showHelp();
-    // Sets the bounds directly, outside the history (bookmarks, share links), and renders.
+    // Sets the bounds directly, outside the history, and renders.
     void setViewport(const Viewport& view);
 
     // --- Palette animation ---
@@ -88,8 +92,8 @@ public:
     std::function<double()> animationNow;
     bool animateColorsEnabled() const { return animateColorsEnabled_; }
     bool animationTimerRunning() const;
-    double animationSpeed() const { return animationSpeed_; }
-    void setAnimationSpeed(double cyclesPerSecond) { animationSpeed_ = cyclesPerSecond; }
+    double animationSpeed() const { return settings_.animationSpeed; }
+    void setAnimationSpeed(double cyclesPerSecond) { settings_.animationSpeed = cyclesPerSecond; }
 
     // --- Auto-explore ---
     bool autoEnabled() const { return autoEnabled_; }
@@ -129,16 +133,18 @@ public:
     double pixelSize() const { return pixelSize_; }
     PaletteMode paletteMode() const { return paletteMode_; }
     const std::shared_ptr<const ColorTable>& colorTable() const { return colorTable_; }
-    double frequency() const { return frequency_; }
-    double cycleOffset() const { return cycleOffset_; }
-    bool demEnabled() const { return demEnabled_; }
-    bool glowEnabled() const { return glowEnabled_; }
-    bool trapsEnabled() const { return trapsEnabled_; }
-    bool reliefEnabled() const { return reliefEnabled_; }
-    const ShadingTuning& tuning() const { return tuning_; }
-    double reliefLightRawX() const { return reliefLightRawX_; }
-    double reliefLightRawY() const { return reliefLightRawY_; }
-    const ReliefLight& reliefLight() const { return reliefLight_; }
+    // Colouring, light, animation speed and sound tuning.
+    const ExplorerSettings& settings() const { return settings_; }
+    double frequency() const { return settings_.frequency; }
+    double cycleOffset() const { return settings_.cycleOffset; }
+    bool demEnabled() const { return settings_.demEnabled; }
+    bool glowEnabled() const { return settings_.glowEnabled; }
+    bool trapsEnabled() const { return settings_.trapsEnabled; }
+    bool reliefEnabled() const { return settings_.reliefEnabled; }
+    const ShadingTuning& tuning() const { return settings_.tuning; }
+    double reliefLightRawX() const { return settings_.reliefLightRawX; }
+    double reliefLightRawY() const { return settings_.reliefLightRawY; }
+    ReliefLight reliefLight() const { return settings_.reliefLight(); }
     const std::optional<QString>& currentPaletteName() const { return currentPaletteName_; }
     const std::optional<QString>& currentBookmarkName() const { return currentBookmarkName_; }
     // The values of the status display: zoom, max iter, centre, computing time.
@@ -162,7 +168,7 @@ private:
 
     // Interface (mac_view_controller_layout.cpp).
     void buildInterface();
-    QWidget* buildSidebar();
+    Sidebar* buildSidebar();
     QWidget* buildStatusBar();
     void buildShortcuts();
     QAction* addShortcut(const QString& title, const QKeySequence& keys, void (MacViewController::*command)());
@@ -172,10 +178,15 @@ private:
 
     // View callbacks and layout (mac_view_controller.cpp).
     void connectViewCallbacks();
+    void handleZoomRequested(const RectF& pixels);
+    void handleZoomHistoryBack();
+    void handleZoomHistoryForward();
+    void handleColorCycle();
     void viewDidLayout();
     void juliaDidLayout();
     void showContextMenu(const QPoint& globalPos);
     void installDefaultPresenters();
+    void returnKeyboardAfter(QDialog* dialog);
 
     // Render pipeline (mac_view_controller_render.cpp).
     ColourInputs colourInputs(const ShadingTuning& tuning) const;
@@ -225,27 +236,22 @@ private:
     std::unique_ptr<RandomSource> rng_;
     PaletteMode paletteMode_ = PaletteMode::smooth;
     std::shared_ptr<const ColorTable> colorTable_ = std::make_shared<const ColorTable>();
-    double frequency_ = 2.0;
-    double cycleOffset_ = 0.0;
-    bool demEnabled_ = false, glowEnabled_ = false, trapsEnabled_ = false, reliefEnabled_ = false;
-    ShadingTuning tuning_;
-    double reliefLightRawX_ = -0.5, reliefLightRawY_ = -0.5;
-    ReliefLight reliefLight_;
+    ExplorerSettings settings_;
     // Values at the start of a palette or frequency pan.
-    double paletteShiftBaseCycleOffset_ = 0.0;
-    double frequencyShiftBaseFrequency_ = 2.0;
-    double reliefLightShiftBaseX_ = -0.5, reliefLightShiftBaseY_ = -0.5;
+    double paletteShiftBaseCycleOffset_ = settings_.cycleOffset;
+    double frequencyShiftBaseFrequency_ = settings_.frequency;
+    double reliefLightShiftBaseX_ = settings_.reliefLightRawX;
+    double reliefLightShiftBaseY_ = settings_.reliefLightRawY;
 
     // --- Palette animation, auto-explore and full screen ---
     bool animateColorsEnabled_ = false;
-    double animationSpeed_ = kDefaultAnimationSpeed;
     QTimer* animationTimer_ = nullptr;
     AnimationClock animationClock_;
     bool autoEnabled_ = false;
     QTimer* autoTimer_ = nullptr;
     bool chromeHidden_ = false;
     bool juliaFullscreen_ = false;
-    double windowedAspect_ = 0.0;
+    double pictureAspect_ = 4.0 / 3.0;  // the home view's proportions
     QRect windowedGeometry_;
     bool coveringScreenItself_ = false;  // full screen without a window manager's help
     QPointer<QWidget> autoDissolveOverlay_;
@@ -282,7 +288,7 @@ private:
     BracketActionControl* helpControl_ = nullptr;
     ZoomHistoryControl* zoomBackControl_ = nullptr;
     ZoomHistoryControl* zoomForwardControl_ = nullptr;
-    QWidget* sidebar_ = nullptr;
+    Sidebar* sidebar_ = nullptr;
     QWidget* statusBar_ = nullptr;
     QWidget* fullScreenChrome_ = nullptr;
     QLabel* fullScreenStatus_ = nullptr;

@@ -60,7 +60,7 @@ void MacViewController::animationTick() {
     const double now = animationNow ? animationNow() : uptimeSeconds();
     const std::optional<double> dt = animationClock_.tick(now, isRendering_);
     if (!dt) return;
-    cycleOffset_ = advanceCycle(cycleOffset_, *dt, animationSpeed_);
+    settings_.cycleOffset = advanceCycle(settings_.cycleOffset, *dt, settings_.animationSpeed);
     requestRecolor();
 }
 

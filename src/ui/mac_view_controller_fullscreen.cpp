@@ -1,6 +1,6 @@
-// Full screen: the picture fills the screen under a small overlay with copies of the toggles,
-// the status line and a swap tag that shows the Julia view in the big place; auto-explore
-// pictures cross-fade there.
+// Full screen: the picture, at its own proportions on black, fills the screen's width or height
+// under a small overlay with copies of the toggles, the status line and a swap tag that shows
+// the Julia view in the big place; auto-explore pictures cross-fade there.
 #include <QGraphicsOpacityEffect>
 #include <QHBoxLayout>
 #include <QLabel>
@@ -11,17 +11,19 @@
 
 #include "explore/auto_explore.h"
 #include "ui/bracket_controls.h"
+#include "ui/dissolve_overlay.h"
 #include "ui/hud_stat_view.h"
 #include "ui/julia_view.h"
 #include "ui/mac_view_controller.h"
 #include "ui/mandelbrot_view.h"
 #include "ui/picture_frame.h"
+#include "ui/sidebar.h"
 
 namespace gs {
 
 namespace {
 constexpr int kChromeMargin = 12;
-constexpr int kJuliaSide = 176;  // the Julia view's size in the sidebar
+constexpr double kJuliaAspect = 1.0;  // the Julia picture spans -1.6..1.6 both ways
 constexpr int kWindowManagerGraceMs = 400;  // time a window manager gets to go full screen
 }  // namespace
 
@@ -112,10 +114,8 @@ void MacViewController::handleHideChromeTagTap() {
 
 void MacViewController::enterFullScreen() {
     chromeHidden_ = true;
-    windowedAspect_ = pictureFrame_->aspect();
     sidebar_->hide();
     statusBar_->hide();
-    pictureFrame_->setAspect(0);  // the picture fills the screen
     refreshControls();
     fullScreenChrome_->show();
     placeFullScreenChrome();
@@ -139,7 +139,6 @@ void MacViewController::exitFullScreen() {
     removeDissolve();
     fullScreenChrome_->hide();
     exitFullScreenAction_->setEnabled(false);
-    pictureFrame_->setAspect(windowedAspect_);
     sidebar_->show();
     statusBar_->show();
     showNormal();
@@ -163,19 +162,14 @@ void MacViewController::swapJuliaIntoPicture() {
     juliaView_->setMinimumSize(1, 1);
     juliaView_->setMaximumSize(QWIDGETSIZE_MAX, QWIDGETSIZE_MAX);
     fractalView_->hide();
-    pictureFrame_->setPicture(juliaView_);
+    pictureFrame_->setPicture(juliaView_, kJuliaAspect);
     placeFullScreenChrome();
 }
 
 void MacViewController::swapJuliaBack() {
     juliaFullscreen_ = false;
-    juliaView_->setFixedSize(kJuliaSide, kJuliaSide);
-    if (auto* column = qobject_cast<QVBoxLayout*>(sidebar_->layout())) {
-        juliaView_->setParent(sidebar_);
-        column->insertWidget(0, juliaView_);
-        juliaView_->show();
-    }
-    pictureFrame_->setPicture(fractalView_);
+    sidebar_->setThumbnail(juliaView_);
+    pictureFrame_->setPicture(fractalView_, pictureAspect_);
     placeFullScreenChrome();
     if (autoEnabled_) scheduleAutoStep();
 }
@@ -188,11 +182,7 @@ void MacViewController::prepareDissolve() {
     if (!chromeHidden_) return;
     const QImage picture = fractalView_->makeImage();
     if (picture.isNull()) return;
-    auto* overlay = new QLabel(fractalView_);
-    overlay->setPixmap(QPixmap::fromImage(picture));
-    overlay->setScaledContents(true);
-    overlay->setAttribute(Qt::WA_TransparentForMouseEvents);
-    overlay->setGeometry(fractalView_->rect());
+    auto* overlay = new DissolveOverlay(picture, fractalView_);
     overlay->setGraphicsEffect(new QGraphicsOpacityEffect(overlay));
     overlay->show();
     autoDissolveOverlay_ = overlay;

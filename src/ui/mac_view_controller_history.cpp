@@ -56,23 +56,17 @@ void MacViewController::resetAllAction() {
 // emptied without a way back.
 void MacViewController::resetAll() {
     stopAutoExplore();
-    animateColorsEnabled_ = false;
-    stopAnimationTimer();
-    animationSpeed_ = kDefaultAnimationSpeed;
     history_.resetAll();
     currentBookmarkName_.reset();
     fractalView_->clearSelection();
     paletteMode_ = PaletteMode::random;
     colorTable_ = std::make_shared<const ColorTable>(randomPalette(*rng_));
     currentPaletteName_.reset();
-    frequency_ = 2.0;
-    cycleOffset_ = 0.0;
-    demEnabled_ = reliefEnabled_ = glowEnabled_ = trapsEnabled_ = false;
-    reliefLightRawX_ = reliefLightRawY_ = -0.5;
-    reliefLight_ = lightVector(reliefLightRawX_, reliefLightRawY_);
-    tuning_ = ShadingTuning{};
-    fractalView_->tuning = tuning_;
-    juliaView_->tuning = tuning_;
+    settings_ = ExplorerSettings{};
+    animateColorsEnabled_ = false;
+    stopAnimationTimer();
+    fractalView_->tuning = settings_.tuning;
+    juliaView_->tuning = settings_.tuning;
     refreshControls();
     render();
 }

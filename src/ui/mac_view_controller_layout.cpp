@@ -13,15 +13,14 @@
 #include "ui/mac_view_controller.h"
 #include "ui/mandelbrot_view.h"
 #include "ui/picture_frame.h"
+#include "ui/sidebar.h"
 #include "ui/window_style.h"
 
 namespace gs {
 
 namespace {
 
-constexpr double kHomeAspect = 4.0 / 3.0;
 constexpr int kSidebarWidth = 232;
-constexpr int kJuliaSide = 176;
 const QSize kMinimumWindow(860, 560);
 const QSize kPreferredWindow(1240, 840);
 
@@ -53,7 +52,7 @@ void MacViewController::buildInterface() {
     fill(this, style::kWindow);
 
     fractalView_ = new MandelbrotView;
-    pictureFrame_ = new PictureFrame(fractalView_, kHomeAspect, this);
+    pictureFrame_ = new PictureFrame(fractalView_, pictureAspect_, this);
     auto* top = new QHBoxLayout;
     top->setContentsMargins(0, 0, 0, 0);
     top->setSpacing(0);
@@ -74,41 +73,44 @@ void MacViewController::buildInterface() {
     fractalView_->setFocus();
 }
 
-void MacViewController::setPictureAspect(double aspect) { pictureFrame_->setAspect(aspect); }
+void MacViewController::setPictureAspect(double aspect) {
+    pictureAspect_ = aspect;
+    if (!juliaFullscreen_) pictureFrame_->setAspect(aspect);
+}
 
-QWidget* MacViewController::buildSidebar() {
-    auto* sidebar = new QWidget(this);
+Sidebar* MacViewController::buildSidebar() {
+    auto* sidebar = new Sidebar(this);
+    sidebar->setObjectName(QStringLiteral("sidebar"));
     sidebar->setFixedWidth(kSidebarWidth);
     fill(sidebar, style::kPanel);
-    auto* column = new QVBoxLayout(sidebar);
+    QVBoxLayout* column = sidebar->column();
     column->setContentsMargins(18, 16, 14, 8);
     column->setSpacing(0);
-
-    juliaView_ = new JuliaView(sidebar);
-    juliaView_->setFixedSize(kJuliaSide, kJuliaSide);
-    column->addWidget(juliaView_);
 
     auto add = [&](QWidget* control) { column->addWidget(control, 0, Qt::AlignLeft); };
     column->addWidget(sectionTitle(tr("Palette"), sidebar));
     add(smoothToggle_ = new BracketToggleControl(tr("Smooth"), sidebar));
     add(randomToggle_ = new BracketToggleControl(tr("Random"), sidebar));
-    add(animateToggle_ = new BracketToggleControl(tr("Animate"), sidebar));
     add(newPaletteControl_ = new BracketActionControl(tr("New Palette"), sidebar));
+    column->addWidget(sectionTitle(tr("Motion"), sidebar));
+    add(animateToggle_ = new BracketToggleControl(tr("Animate"), sidebar));
+    add(autoToggle_ = new BracketToggleControl(tr("Auto"), sidebar));
     column->addWidget(sectionTitle(tr("Shading"), sidebar));
     add(demToggle_ = new BracketToggleControl(tr("Distance Estimation"), sidebar));
     add(glowToggle_ = new BracketToggleControl(tr("Glow"), sidebar));
     add(trapsToggle_ = new BracketToggleControl(tr("Traps"), sidebar));
     add(reliefToggle_ = new BracketToggleControl(tr("Relief"), sidebar));
-    add(autoToggle_ = new BracketToggleControl(tr("Auto"), sidebar));
     column->addWidget(sectionTitle(tr("View"), sidebar));
     add(resetViewControl_ = new BracketActionControl(tr("Reset View"), sidebar));
     add(resetAllControl_ = new BracketActionControl(tr("Reset All"), sidebar));
     column->addStretch(1);
+    sidebar->setThumbnail(juliaView_ = new JuliaView(sidebar));
     return sidebar;
 }
 
 QWidget* MacViewController::buildStatusBar() {
     auto* bar = new QWidget(this);
+    bar->setObjectName(QStringLiteral("statusBar"));
     fill(bar, style::kWindow);
     auto* row = new QHBoxLayout(bar);
     row->setContentsMargins(12, 8, 20, 10);
@@ -155,8 +157,8 @@ void MacViewController::connectControls() {
     on(resetViewControl_, &MacViewController::resetViewAction);
     on(resetAllControl_, &MacViewController::resetAllAction);
     on(helpControl_, &MacViewController::showHelp);
-    on(zoomBackControl_, &MacViewController::zoomBackAction);
-    on(zoomForwardControl_, &MacViewController::zoomForwardAction);
+    on(zoomBackControl_, &MacViewController::handleZoomHistoryBack);
+    on(zoomForwardControl_, &MacViewController::handleZoomHistoryForward);
 }
 
 QAction* MacViewController::addShortcut(const QString& title, const QKeySequence& keys,
@@ -171,7 +173,7 @@ QAction* MacViewController::addShortcut(const QString& title, const QKeySequence
 
 void MacViewController::buildShortcuts() {
     addShortcut(tr("New Random Palette"), QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_R),
-                &MacViewController::newRandomPalette);
+                &MacViewController::handleColorCycle);
     addShortcut(tr("Reset View"), QKeySequence(Qt::CTRL | Qt::Key_0), &MacViewController::resetViewAction);
     addShortcut(tr("Distance Estimation"), QKeySequence(Qt::CTRL | Qt::Key_D),
                 &MacViewController::toggleDistanceEstimation);
@@ -181,9 +183,9 @@ void MacViewController::buildShortcuts() {
     addShortcut(tr("Animate Colors"), QKeySequence(Qt::CTRL | Qt::Key_Y), &MacViewController::toggleAnimateColors);
     addShortcut(tr("Auto Explore"), QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_A),
                 &MacViewController::toggleAutoAction);
-    addShortcut(tr("Zoom Backward"), QKeySequence(Qt::CTRL | Qt::Key_Left), &MacViewController::zoomBackAction)
+    addShortcut(tr("Zoom Backward"), QKeySequence(Qt::CTRL | Qt::Key_Left), &MacViewController::handleZoomHistoryBack)
         ->setShortcuts({QKeySequence(Qt::CTRL | Qt::Key_Left), QKeySequence(Qt::ALT | Qt::Key_Left)});
-    addShortcut(tr("Zoom Forward"), QKeySequence(Qt::CTRL | Qt::Key_Right), &MacViewController::zoomForwardAction)
+    addShortcut(tr("Zoom Forward"), QKeySequence(Qt::CTRL | Qt::Key_Right), &MacViewController::handleZoomHistoryForward)
         ->setShortcuts({QKeySequence(Qt::CTRL | Qt::Key_Right), QKeySequence(Qt::ALT | Qt::Key_Right)});
     addShortcut(tr("Help"), QKeySequence(Qt::Key_F1), &MacViewController::showHelp);
     addShortcut(tr("Full Screen"), QKeySequence(Qt::Key_F11), &MacViewController::toggleFullScreen);
@@ -195,10 +197,10 @@ void MacViewController::buildShortcuts() {
 void MacViewController::refreshControls() {
     smoothToggle_->setChecked(paletteMode_ == PaletteMode::smooth);
     randomToggle_->setChecked(paletteMode_ == PaletteMode::random);
-    demToggle_->setChecked(demEnabled_);
-    glowToggle_->setChecked(glowEnabled_);
-    trapsToggle_->setChecked(trapsEnabled_);
-    reliefToggle_->setChecked(reliefEnabled_);
+    demToggle_->setChecked(settings_.demEnabled);
+    glowToggle_->setChecked(settings_.glowEnabled);
+    trapsToggle_->setChecked(settings_.trapsEnabled);
+    reliefToggle_->setChecked(settings_.reliefEnabled);
     animateToggle_->setChecked(animateColorsEnabled_);
     autoToggle_->setChecked(autoEnabled_);
     for (const auto& [windowed, copy] : toggleTwins_) copy->setChecked(windowed->isChecked());

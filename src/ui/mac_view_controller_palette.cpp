@@ -25,30 +25,29 @@ void MacViewController::regenerate() {
     refreshControls();
 }
 
-void MacViewController::paletteShiftBegan() { paletteShiftBaseCycleOffset_ = cycleOffset_; }
+void MacViewController::paletteShiftBegan() { paletteShiftBaseCycleOffset_ = settings_.cycleOffset; }
 
 void MacViewController::paletteShiftChanged(double amount) {
-    cycleOffset_ = shiftedCycleOffset(paletteShiftBaseCycleOffset_, amount);
+    settings_.cycleOffset = shiftedCycleOffset(paletteShiftBaseCycleOffset_, amount);
     requestRecolor();
 }
 
 void MacViewController::frequencyShiftBegan() {
-    frequencyShiftBaseFrequency_ = frequency_;
-    reliefLightShiftBaseX_ = reliefLightRawX_;
-    reliefLightShiftBaseY_ = reliefLightRawY_;
+    frequencyShiftBaseFrequency_ = settings_.frequency;
+    reliefLightShiftBaseX_ = settings_.reliefLightRawX;
+    reliefLightShiftBaseY_ = settings_.reliefLightRawY;
 }
 
 // With relief on the same gesture moves the light and leaves the frequency alone.
 void MacViewController::frequencyShiftChanged(double dx, double dy) {
-    if (!reliefEnabled_) {
-        frequency_ = shiftedFrequency(frequencyShiftBaseFrequency_, dy);
+    if (!settings_.reliefEnabled) {
+        settings_.frequency = shiftedFrequency(frequencyShiftBaseFrequency_, dy);
         requestRecolor();
         return;
     }
     const LightShift shift = shiftedLight(reliefLightShiftBaseX_, reliefLightShiftBaseY_, dx, dy);
-    reliefLightRawX_ = shift.rawX;
-    reliefLightRawY_ = shift.rawY;
-    reliefLight_ = shift.light;
+    settings_.reliefLightRawX = shift.rawX;
+    settings_.reliefLightRawY = shift.rawY;
     requestRelight();
 }
 

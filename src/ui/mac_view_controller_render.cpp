@@ -25,14 +25,14 @@ struct MacViewController::FinishedRow {
 ColourInputs MacViewController::colourInputs(const ShadingTuning& tuning) const {
     ColourInputs c;
     c.table = colorTable_;
-    c.frequency = frequency_;
-    c.cycleOffset = cycleOffset_;
-    c.dem = demEnabled_;
-    c.traps = trapsEnabled_;
-    c.glow = glowEnabled_;
-    c.relief = reliefEnabled_;
+    c.frequency = settings_.frequency;
+    c.cycleOffset = settings_.cycleOffset;
+    c.dem = settings_.demEnabled;
+    c.traps = settings_.trapsEnabled;
+    c.glow = settings_.glowEnabled;
+    c.relief = settings_.reliefEnabled;
     c.tuning = tuning;
-    c.light = reliefLight_;
+    c.light = settings_.reliefLight();
     return c;
 }
 
@@ -49,7 +49,7 @@ void MacViewController::render() {
         fatal("render generation overflows");
     isRendering_ = true;
     auto request = std::make_shared<RenderRequest>(
-        mandelbrotRequest(v, w, h, colourInputs(tuning_), lastMaxIteration_));
+        mandelbrotRequest(v, w, h, colourInputs(settings_.tuning), lastMaxIteration_));
     request->generation = renderGeneration_;
     active_ = ActiveRender{request, start, 0, 0};
     startRenderWork(request);
@@ -188,13 +188,13 @@ bool MacViewController::keptInputsReady() {
 }
 
 void MacViewController::requestRelight() {
-    if (!reliefEnabled_) return;
+    if (!settings_.reliefEnabled) return;
     if (isRendering_) {
         recolorAfterRender_ = true;
         return;
     }
     MandelbrotView* view = fractalView_;
-    if (relight(view->frame(), effectiveLight(reliefLight_, 0.0), view->tuning))
+    if (relight(view->frame(), effectiveLight(settings_.reliefLight(), 0.0), view->tuning))
         view->presentImage();
 }
 

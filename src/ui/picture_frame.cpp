@@ -18,8 +18,9 @@ void PictureFrame::setAspect(double aspect) {
     place();
 }
 
-void PictureFrame::setPicture(QWidget* picture) {
+void PictureFrame::setPicture(QWidget* picture, double aspect) {
     picture_ = picture;
+    aspect_ = aspect;
     picture_->setParent(this);
     picture_->show();
     place();

@@ -1,5 +1,6 @@
-// Holds the fractal view centred at a fixed aspect ratio on a black ground, so the home view's
-// 4:3 region is never stretched; an aspect of 0 lets the view fill the frame.
+// Holds a picture centred at its aspect ratio on a black ground, so its region of the plane is
+// never stretched (the home view's 4:3, the Julia set's square); an aspect of 0 lets the
+// picture fill the frame.
 #pragma once
 
 #include <QWidget>
@@ -12,8 +13,9 @@ class PictureFrame : public QWidget {
 public:
     PictureFrame(QWidget* picture, double aspect, QWidget* parent = nullptr);
     void setAspect(double aspect);
-    // Places another widget (made a child of the frame) instead; the old one stays a child.
-    void setPicture(QWidget* picture);
+    // Places another widget (made a child of the frame) at its own aspect instead; the old one
+    // stays a child.
+    void setPicture(QWidget* picture, double aspect);
     double aspect() const { return aspect_; }
     // The largest rectangle of the aspect that fits `area`, centred in it.
     static QRect fitted(const QRect& area, double aspect);

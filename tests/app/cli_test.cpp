@@ -3,12 +3,16 @@
 #include <QDir>
 #include <QFile>
 #include <QImage>
+#include <QProcessEnvironment>
 #include <QTemporaryDir>
 #include <QTextStream>
 #include <cstring>
+#include <tuple>
 
 #include "app/cli.h"
+#include "app/progress.h"
 #include "core/mapfile.h"
+#include "core/tuning_fields.h"
 
 namespace gs {
 namespace {
@@ -80,7 +84,14 @@ INSTANTIATE_TEST_SUITE_P(
                 "--view: expected XMIN,XMAX,YMIN,YMAX (finite numbers), got '-1,1,0'"},
         BadArgs{"view_nan", {"--view", "nan,1,0,1", "-o", kOut},
                 "--view: expected XMIN,XMAX,YMIN,YMAX (finite numbers), got 'nan,1,0,1'"},
-        BadArgs{"frequency", {"--frequency", "2.0x", "-o", kOut}, "--frequency: expected a finite number, got '2.0x'"},
+        BadArgs{"view_huge", {"--view", "0,1e300,0,1", "-o", kOut},
+                "--view: the view is too large to compute (at most 1e+290 a side)"},
+        BadArgs{"frequency", {"--frequency", "2.0x", "-o", kOut}, "--frequency: expected a number from 0.1 to 8, got '2.0x'"},
+        BadArgs{"frequency_zero", {"--frequency=0", "-o", kOut}, "--frequency: expected a number from 0.1 to 8, got '0'"},
+        BadArgs{"frequency_negative", {"--frequency", "-2", "-o", kOut}, "--frequency: expected a number from 0.1 to 8, got '-2'"},
+        BadArgs{"phase", {"--phase", "1.5", "-o", kOut}, "--phase: expected a number from 0 to 1, got '1.5'"},
+        BadArgs{"light", {"--light", "0.9,0", "-o", kOut}, "--light: expected RAWX,RAWY each from -0.85 to 0.85, got '0.9,0'"},
+        BadArgs{"flag_value", {"--glow=yes", "-o", kOut}, "--glow: takes no value"},
         BadArgs{"max_iter", {"--max-iter", "-3", "-o", kOut},
                 "--max-iter: expected a whole number from 0 to 2147483647, got '-3'"},
         BadArgs{"kernel", {"--kernel", "gpu", "-o", kOut}, "--kernel: expected auto, scalar or simd, got 'gpu'"},
@@ -89,11 +100,52 @@ INSTANTIATE_TEST_SUITE_P(
         BadArgs{"julia", {"--julia", "0.3", "-o", kOut}, "--julia: expected CRE,CIM (finite numbers), got '0.3'"}),
     [](const auto& info) { return std::string(info.param.name); });
 
-TEST_F(CliTest, UnknownCommandAndHelp) {
+TEST_F(CliTest, ExplainsItselfWithoutADisplay) {
     EXPECT_EQ(run({QStringLiteral("paint")}).status, 2);
+    EXPECT_TRUE(run({QStringLiteral("--version")}).out.startsWith(QLatin1String("glimmerscape 0.")));
+    EXPECT_TRUE(run({QStringLiteral("--help")}).out.contains(QLatin1String("glimmerscape render --help")));
     const CliRun help = run({QStringLiteral("render"), QStringLiteral("--help")});
     EXPECT_EQ(help.status, 0);
     EXPECT_TRUE(help.out.contains(QLatin1String("--max-iter N")));
+    EXPECT_TRUE(help.out.contains(QLatin1String("\n  trapSharpness        0.15 to 2 (default 0.45)\n")));
+    for (const TuningField& f : kTuningFields)  // every tuning key on a line of its own
+        EXPECT_TRUE(help.out.contains(QStringLiteral("\n  %1 ").arg(QString::fromLatin1(f.key).leftJustified(20)))) << f.key;
+}
+
+// The command line's choice between itself and the window, and whether a window can open.
+TEST(CliStartup, ChoosesTheWindowOnlyWhereOneCanOpen) {
+    EXPECT_FALSE(wantsCommandLine({}));
+    EXPECT_FALSE(wantsCommandLine({"-platform", "offscreen"}));
+    for (const char* first : {"render", "--help", "-h", "--version", "paint"}) EXPECT_TRUE(wantsCommandLine({first}));
+    const std::tuple<QStringList, QStringList, bool> cases[] = {  // arguments, environment, can open
+        {{}, {}, false},
+        {{}, {"DISPLAY=:0"}, true},
+        {{}, {"WAYLAND_DISPLAY=wayland-0"}, true},
+        {{}, {"QT_QPA_PLATFORM=offscreen"}, true},
+        {{}, {"QT_QPA_PLATFORM=xcb", "WAYLAND_DISPLAY=wayland-0"}, false},
+        {{}, {"QT_QPA_PLATFORM=wayland;xcb", "DISPLAY=:1"}, true},
+        {{"-platform", "offscreen"}, {"QT_QPA_PLATFORM=xcb"}, true},
+        {{"-platform", "xcb:nomitshm"}, {}, false},
+        {{"-display", ":3"}, {}, true},
+    };
+    for (const auto& [args, variables, available] : cases) {
+        QProcessEnvironment env;
+        for (const QString& v : variables) env.insert(v.section(QLatin1Char('='), 0, 0), v.section(QLatin1Char('='), 1));
+        EXPECT_EQ(windowSystemAvailable(args, env), available) << variables.join(' ').toStdString();
+    }
+}
+
+TEST(CliProgress, ShowsOnATerminalAfterASecondAndClearsItsLine) {
+    for (const bool terminal : {false, true}) {
+        QString text;
+        QTextStream stream(&text);
+        ProgressBar bar(stream, terminal);
+        bar.update(0.3, 0.5);
+        EXPECT_TRUE(text.isEmpty());  // nothing in the first second
+        bar.update(0.5, 1.2);
+        bar.finish();
+        EXPECT_EQ(text.startsWith(QLatin1String("\rRendering [###############...............]  50%\r ")), terminal);
+    }
 }
 
 TEST_F(CliTest, BadFilesFailWithOneLine) {
@@ -101,6 +153,10 @@ TEST_F(CliTest, BadFilesFailWithOneLine) {
     for (int i = 0; i < 256; ++i) map += i == 11 ? "12 oops 3\n" : "1 2 3\n";
     writeText(path("bad.map"), map);
     writeText(path("tuning.json"), R"({"curve": 1})");
+    QByteArray sharp = R"({"curve":1,"demThickness":0,"demSoftness":2,"glowStrength":0.9,"glowRadius":0.8,"glowDim":0.8,)"
+                       R"("glowTint":0,"trapReach":0.4,"trapSharpness":-1,"trapGlint":0.35,"reliefHeight":1,)"
+                       R"("reliefShadow":0,"reliefShine":1,"reliefEdgeCalm":0.6})";
+    writeText(path("sharp.json"), sharp);
     const QString out = path("out.png");
     struct Case {
         QStringList args;
@@ -110,6 +166,7 @@ TEST_F(CliTest, BadFilesFailWithOneLine) {
         {{"--palette", path("bad.map")}, QStringLiteral("glimmerscape: '%1' is not a valid 256-colour .map palette: line 12").arg(path("bad.map"))},
         {{"--palette", path("missing.map")}, QStringLiteral("glimmerscape: cannot read palette '%1'").arg(path("missing.map"))},
         {{"--tuning", path("tuning.json")}, QStringLiteral("glimmerscape: '%1' is not a valid shading tuning: missing key \"demThickness\"").arg(path("tuning.json"))},
+        {{"--tuning", path("sharp.json"), "--traps"}, QStringLiteral("glimmerscape: '%1': trapSharpness must be from 0.15 to 2, got -1\n").arg(path("sharp.json"))},
     };
     for (const Case& c : cases) {
         const CliRun r = run(QStringList{"render", "--size", "8x6", "-o", out} + c.args);
@@ -123,10 +180,20 @@ TEST_F(CliTest, BadFilesFailWithOneLine) {
     EXPECT_TRUE(unwritable.err.startsWith(QStringLiteral("glimmerscape: cannot write '%1'").arg(path("no/such/dir/out.png"))));
 }
 
-TEST_F(CliTest, RendersTheHomeView) {
-    const CliRun r = run({"render", "--size", "160x120", "--seed", "7", "-o", path("home.png")});
+// The render's report, then the palette's seed, then the writing, each on its own line; the
+// printed seed makes the same picture again.
+TEST_F(CliTest, RendersTheHomeViewAndSaysHowToMakeItAgain) {
+    const CliRun r = run({"render", "--size", "160x120", "-o", path("home.png")});
     ASSERT_EQ(r.status, 0) << r.err.toStdString();
-    EXPECT_TRUE(r.out.startsWith(QLatin1String("Rendered 160x120 in "))) << r.out.toStdString();
+    const QStringList lines = r.out.split(QLatin1Char('\n'), Qt::SkipEmptyParts);
+    ASSERT_EQ(lines.size(), 3) << r.out.toStdString();
+    EXPECT_TRUE(lines[0].startsWith(QLatin1String("Rendered 160x120 in "))) << r.out.toStdString();
+    const QString seed = lines[1].section(QLatin1Char(' '), 3, 3);
+    EXPECT_EQ(lines[1], QStringLiteral("Palette: smooth, seed %1 (--seed %1 makes it again)").arg(seed));
+    EXPECT_TRUE(lines[2].startsWith(QStringLiteral("Wrote %1 (PNG, ").arg(path("home.png"))));
+    EXPECT_TRUE(r.err.isEmpty());  // 4:3 like the view: no note
+    ASSERT_EQ(run({"render", "--size", "160x120", "--seed", seed, "-o", path("again.png")}).status, 0);
+    EXPECT_EQ(QImage(path("again.png")), QImage(path("home.png")));
     const QImage image(path("home.png"));
     ASSERT_EQ(image.size(), QSize(160, 120));
     // The main cardioid (around -0.25) is black; far outside is coloured.
@@ -167,6 +234,26 @@ TEST_F(CliTest, WritesPerPixelDataAsNumpy) {
     std::memcpy(&nu, npy.constData() + 10 + headerLength + (1 * 5 + 2) * 12, 4);
     EXPECT_GT(nu, 0.0f);
     EXPECT_LT(nu, 50.0f);
+}
+
+// The extension names the format; a picture whose proportions differ from its region's by more
+// than 1 % is still made, with a note.
+TEST_F(CliTest, WritesTheFormatOfTheExtensionAndNotesStretching) {
+    const std::pair<const char*, QByteArray> formats[] = {
+        {"a.png", "\x89PNG"}, {"a.JPG", "\xff\xd8\xff"}, {"noextension", "\x89PNG"}, {"a.webp", "RIFF"}};
+    for (const auto& [name, magic] : formats) {
+        ASSERT_EQ(run({"render", "--size", "40x30", "-o", path(name)}).status, 0) << name;
+        EXPECT_TRUE(readAll(path(name)).startsWith(magic)) << name;
+    }
+    const CliRun tiff = run({"render", "-o", path("a.tiff")});
+    EXPECT_EQ(tiff.status, 2);
+    EXPECT_TRUE(tiff.err.startsWith(QLatin1String("glimmerscape: -o: cannot write .tiff pictures, only .png"))) << tiff.err.toStdString();
+
+    EXPECT_TRUE(run({"render", "--size", "40x30", "--view", "-1,1,-0.745,0.745", "-o", path("b.png")}).err.isEmpty());
+    const CliRun wide = run({"render", "--size", "64x36", "-o", path("c.png")});
+    EXPECT_EQ(wide.err, QStringLiteral("glimmerscape: note: the view's proportions (1.333) differ from the "
+                                       "picture's (1.778); the picture is stretched\n"));
+    EXPECT_EQ(QImage(path("c.png")).size(), QSize(64, 36));
 }
 
 TEST_F(CliTest, RendersAJuliaSet) {

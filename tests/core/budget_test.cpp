@@ -1,7 +1,11 @@
 #include <gtest/gtest.h>
 
+#include <clocale>
 #include <cmath>
+#include <cstdio>
 #include <limits>
+#include <string>
+#include <string_view>
 
 #include "core/budget.h"
 
@@ -50,23 +54,42 @@ TEST(BudgetZoom, LimitIsStrictAtFiveTimesTenToTheFifteen) {
     EXPECT_FALSE(zoomWithinLimit(std::numeric_limits<double>::quiet_NaN()));
 }
 
-TEST(BudgetStatus, ZoomTexts) {
-    EXPECT_EQ(zoomText(1.0), "1.0×");
-    EXPECT_EQ(zoomText(2.5), "2.5×");
-    EXPECT_EQ(zoomText(999.9), "999.9×");
-    EXPECT_EQ(zoomText(1000.0), "1.0×10³×");
-    EXPECT_EQ(zoomText(123456.0), "1.2×10⁵×");
-    EXPECT_EQ(zoomText(4.2e15), "4.2×10¹⁵×");
+// The status texts are the same in every locale; the comma-decimal one shows that they do not
+// go through the C library's locale-dependent formatting.
+class BudgetStatus : public ::testing::TestWithParam<const char*> {
+protected:
+    void SetUp() override {
+        if (!std::setlocale(LC_ALL, GetParam()))
+            GTEST_SKIP() << GetParam() << " is not installed here (make deps generates it)";
+        char probe[8];
+        std::snprintf(probe, sizeof probe, "%.1f", 0.5);
+        if (std::string_view(GetParam()) != "C") {
+            ASSERT_STREQ(probe, "0,5");
+        }
+    }
+    void TearDown() override { std::setlocale(LC_ALL, "C"); }
+};
+
+TEST_P(BudgetStatus, TextsFollowTheirFormatsInEveryLocale) {
+    const std::pair<std::string, const char*> cases[] = {
+        {zoomText(1.0), "1.0×"},
+        {zoomText(2.5), "2.5×"},
+        {zoomText(999.9), "999.9×"},
+        {zoomText(1000.0), "1.0×10³×"},
+        {zoomText(123456.0), "1.2×10⁵×"},
+        {zoomText(4.2e15), "4.2×10¹⁵×"},
+        {centerText(centredOn(-0.75, 0.1, 1)), "-0.7500+0.1000i"},
+        {centerText(centredOn(-0.75, -0.1, 1)), "-0.7500-0.1000i"},
+        {centerText(kHomeView), "-0.5000+0.0000i"},
+        {iterationsText(1255), "1255"},
+        {renderTimeText(0.4249), "0.42s"},
+        {renderTimeText(12.0), "12.00s"},
+    };
+    for (const auto& [text, want] : cases) EXPECT_EQ(text, want);
 }
 
-TEST(BudgetStatus, CenterIterationAndTimeTexts) {
-    EXPECT_EQ(centerText(centredOn(-0.75, 0.1, 1)), "-0.7500+0.1000i");
-    EXPECT_EQ(centerText(centredOn(-0.75, -0.1, 1)), "-0.7500-0.1000i");
-    EXPECT_EQ(centerText(kHomeView), "-0.5000+0.0000i");
-    EXPECT_EQ(iterationsText(1255), "1255");
-    EXPECT_EQ(renderTimeText(0.4249), "0.42s");
-    EXPECT_EQ(renderTimeText(12.0), "12.00s");
-}
+INSTANTIATE_TEST_SUITE_P(Locales, BudgetStatus, ::testing::Values("C", "de_DE.UTF-8"),
+                         [](const auto& info) { return info.index == 0 ? "C" : "German"; });
 
 }  // namespace
 }  // namespace gs

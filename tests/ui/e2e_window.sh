@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # End to end: the real program on a virtual X display. Waits for the first complete picture,
 # checks on a screenshot that the main cardioid is black and the corner coloured, draws a zoom
-# box with Shift+drag, clicks into it, checks the status texts, then goes back with Ctrl+Left.
+# box with Shift+drag, clicks into it, checks the status texts, opens and closes the help, then
+# goes back with Ctrl+Left.
 # Usage: e2e_window.sh PATH/TO/glimmerscape      Exit 77 (skipped) when Xvfb is missing.
 set -u
 program=${1:?usage: e2e_window.sh PATH/TO/glimmerscape}
@@ -41,9 +42,14 @@ echo "zoomed: $second"
 [ "$(field center "$second")" != "$(field center "$first")" ] || fail "centre did not change"
 [ "$(field iter "$second")" = "555" ] || fail "iteration ceiling should be 555 at zoom 8"
 
-# Back through the history from the keyboard.
+# The help window opens and closes from the keyboard; the window's keys work again at once:
+# back through the history.
+xdotool key F1
+sleep 0.5
+xdotool key Escape
+sleep 0.3
 xdotool key ctrl+Left
-third=$(wait_for_picture 3) || fail "no picture after Ctrl+Left"
+third=$(wait_for_picture 3) || fail "no picture after the help and Ctrl+Left"
 echo "back:   $third"
 [ "$(field zoom "$third")" = "1.0×" ] || fail "Ctrl+Left should return to the home view"
 echo "PASS"

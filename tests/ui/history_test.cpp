@@ -125,13 +125,10 @@ TEST(ResetAll, AsksFirstThenRestoresTheDefaultsWithARandomPalette) {
     EXPECT_FALSE(e.view().selection().hasSelection());
     EXPECT_EQ(e.c().paletteMode(), PaletteMode::random);
     EXPECT_EQ(e.c().colorTable()->size(), 256u);
-    EXPECT_EQ(e.c().frequency(), 2.0);
-    EXPECT_EQ(e.c().cycleOffset(), 0.0);
-    EXPECT_FALSE(e.c().glowEnabled() || e.c().demEnabled() || e.c().reliefEnabled() ||
-                 e.c().trapsEnabled() || e.c().animateColorsEnabled() ||
-                 e.c().animationTimerRunning());
+    EXPECT_EQ(e.c().settings(), ExplorerSettings{});
     EXPECT_EQ(e.c().reliefLight(), lightVector(-0.5, -0.5));
-    EXPECT_EQ(e.c().animationSpeed(), kDefaultAnimationSpeed);
+    EXPECT_FALSE(e.c().animateColorsEnabled() || e.c().animationTimerRunning());
+    EXPECT_EQ(e.view().tuning, ShadingTuning{});
 }
 
 TEST(PaletteCommands, EveryCommandMakesAFreshTableAndForgetsTheNames) {

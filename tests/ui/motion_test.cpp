@@ -6,7 +6,9 @@
 
 #include "explore/auto_explore.h"
 #include "ui/bracket_controls.h"
+#include "ui/dissolve_overlay.h"
 #include "ui/hud_stat_view.h"
+#include "ui/julia_view.h"
 #include "ui_test_support.h"
 
 namespace gs {
@@ -64,22 +66,41 @@ struct Flight : Explorer {
     }
 };
 
-TEST(AutoExplore, EveryGestureOnThePictureAndResetAllEndTheFlight) {
+// Each gesture, and every key, button and mouse equivalent of one, ends the flight.
+TEST(AutoExplore, EveryGestureItsEquivalentsAndResetAllEndTheFlight) {
     Flight f;
+    f.window->activateWindow();
+    ASSERT_TRUE(QTest::qWaitForWindowActive(f.window.get()));
+    QWidget* window = f.window.get();
+    MandelbrotView* view = &f.view();
+    auto button = [&](const char* label) {
+        for (auto* control : f.c().findChildren<BracketControl*>())
+            if (control->text() == QLatin1String(label)) return control;
+        return static_cast<BracketControl*>(nullptr);
+    };
     const std::vector<std::pair<const char*, std::function<void()>>> enders = {
-        {"zoom", [&] { f.view().onZoomRequested(RectF{10, 10, 40, 30}); }},
-        {"back", [&] { f.view().onZoomHistoryBackRequested(); }},
-        {"forward", [&] { f.view().onZoomHistoryForwardRequested(); }},
-        {"double click", [&] { f.view().onColorCycleRequested(); }},
-        {"selection", [&] { f.view().onSelectionChanged(std::nullopt); }},
+        {"zoom", [&] { view->onZoomRequested(RectF{10, 10, 40, 30}); }},
+        {"selection", [&] { view->onSelectionChanged(std::nullopt); }},
+        {"swipe back", [&] { view->onZoomHistoryBackRequested(); }},
+        {"swipe forward", [&] { view->onZoomHistoryForwardRequested(); }},
+        {"Alt+Left", [&] { QTest::keyClick(window, Qt::Key_Left, Qt::AltModifier); }},
+        {"Ctrl+Right", [&] { QTest::keyClick(window, Qt::Key_Right, Qt::ControlModifier); }},
+        {"Zoom backward button", [&] { button("Zoom backward")->click(); }},
+        {"Zoom forward button", [&] { button("Zoom forward")->click(); }},
+        {"mouse back button", [&] { test::click(view, {5, 5}, Qt::BackButton); }},
+        {"wheel tilted", [&] { test::wheel(view, {-120, 0}); }},
+        {"+ key", [&] { QTest::keyClick(view, Qt::Key_Plus); }},
+        {"double click", [&] { QTest::mouseDClick(view, Qt::LeftButton, {}, {20, 20}); }},
+        {"Ctrl+Shift+R", [&] { QTest::keyClick(window, Qt::Key_R, Qt::ControlModifier | Qt::ShiftModifier); }},
         {"reset all", [&] { f.c().resetAll(); }},
     };
     for (const auto& [name, end] : enders) {
         SCOPED_TRACE(name);
-        f.view().restoreSelection(SelectionBox{0.2, 0.2, 0.3});
-        f.c().toggleAutoAction();  // switching on removes the box and stays on
-        EXPECT_FALSE(f.view().shownSelectionRect());
-        ASSERT_TRUE(f.c().autoEnabled());
+        view->setFocus();
+        view->restoreSelection(SelectionBox{0.2, 0.2, 0.3});
+        if (!f.c().autoEnabled()) f.c().toggleAutoAction();  // removes the box and stays on
+        EXPECT_FALSE(view->shownSelectionRect());
+        EXPECT_TRUE(f.c().autoEnabled());
         EXPECT_TRUE(f.c().autoStepScheduled());
         end();
         EXPECT_FALSE(f.c().autoEnabled());
@@ -169,10 +190,18 @@ TEST(FullScreen, EveryCopyOfAToggleShowsTheStateOfItsTwin) {
     EXPECT_FALSE(f.c().isChromeHidden());
 }
 
+// In full screen the pictures keep their proportions (4:3, the Julia set square) and fill the
+// screen's width or height.
+void expectFitted(const QWidget* screen, const QWidget* picture, double aspect) {
+    EXPECT_NEAR(double(picture->width()) / picture->height(), aspect, 0.01);
+    EXPECT_TRUE(picture->width() == screen->width() || picture->height() == screen->height());
+}
+
 TEST(FullScreen, TheJuliaSwapPausesTheFlightAndSwappingBackResumesIt) {
     Flight f;
     f.c().toggleFullScreen();
     ASSERT_TRUE(f.settle());
+    expectFitted(f.window.get(), &f.view(), 4.0 / 3.0);
     f.c().toggleAutoAction();
     EXPECT_EQ(f.askedForFullScreenInterval, true);
     f.c().autoStep();  // in full screen the pictures cross-fade
@@ -182,6 +211,7 @@ TEST(FullScreen, TheJuliaSwapPausesTheFlightAndSwappingBackResumesIt) {
 
     f.c().handleFullScreenSwapTap();
     ASSERT_TRUE(f.c().isShowingJuliaFullscreen());
+    expectFitted(f.window.get(), f.c().juliaView(), 1.0);
     EXPECT_FALSE(f.c().autoStepScheduled());
     const Viewport before = f.c().viewport();
     f.c().autoStep();  // paused: neither moves nor reschedules
@@ -198,6 +228,28 @@ TEST(FullScreen, TheJuliaSwapPausesTheFlightAndSwappingBackResumesIt) {
     f.c().handleHideChromeTagTap();
     EXPECT_FALSE(f.c().isShowingJuliaFullscreen());
     EXPECT_TRUE(f.c().autoStepScheduled());
+}
+
+// The cross-fade's snapshot is magnified like the picture (every pixel one of the picture's
+// colours) and keeps covering the view when the view changes size during the fade.
+TEST(FullScreen, TheDissolveSnapshotIsBlockyAndPinnedToTheView) {
+    QWidget view;
+    view.resize(120, 90);
+    QImage picture(2, 2, QImage::Format_RGBX8888);
+    const QList<QRgb> colours = {qRgb(255, 0, 0), qRgb(0, 255, 0), qRgb(0, 0, 255), qRgb(255, 255, 255)};
+    for (int i = 0; i < 4; ++i) picture.setPixel(i % 2, i / 2, colours[i]);
+    auto* overlay = new DissolveOverlay(picture, &view);
+    view.show();
+    for (const QSize size : {QSize(120, 90), QSize(317, 163)}) {
+        view.resize(size);
+        EXPECT_EQ(overlay->geometry(), view.rect());
+        const QImage shown = overlay->grab().toImage().convertToFormat(QImage::Format_RGB32);
+        ASSERT_EQ(shown.size(), size * overlay->devicePixelRatioF());
+        int blended = 0;
+        for (int y = 0; y < shown.height(); ++y)
+            for (int x = 0; x < shown.width(); ++x) blended += !colours.contains(shown.pixel(x, y));
+        EXPECT_EQ(blended, 0);
+    }
 }
 
 }  // namespace

@@ -1,0 +1,77 @@
+// Whole-file writes: regular files are replaced in one step; FIFOs and devices are written in
+// place and never replaced; folders and missing folders are refused with a reason.
+#include <gtest/gtest.h>
+
+#include <fcntl.h>
+#include <poll.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <QDir>
+#include <QFile>
+#include <QTemporaryDir>
+#include <thread>
+
+#include "library/atomic_file.h"
+
+namespace gs {
+namespace {
+
+QByteArray readAll(const QString& path) {
+    QFile f(path);
+    return f.open(QIODevice::ReadOnly) ? f.readAll() : QByteArray();
+}
+
+// Reads a FIFO (opened without blocking) until its writer has come and gone, for at most ten
+// seconds: a FIFO replaced by a file never gets a writer.
+QByteArray drainFifo(int fd) {
+    QByteArray got;
+    char buffer[65536];
+    for (int tries = 0; tries < 1000; ++tries) {
+        pollfd p{fd, POLLIN, 0};
+        if (::poll(&p, 1, 10) <= 0) continue;
+        const ssize_t n = ::read(fd, buffer, sizeof buffer);
+        if (n > 0) got.append(buffer, n), tries = 0;
+        if (n == 0 && !got.isEmpty()) break;  // the writer closed it
+        if (n == 0) ::usleep(10000);  // no writer yet
+    }
+    return got;
+}
+
+TEST(AtomicFile, WritesIntoAFifoWithoutReplacingIt) {
+    QTemporaryDir dir;
+    const QString fifo = dir.filePath(QStringLiteral("pipe"));
+    ASSERT_EQ(::mkfifo(QFile::encodeName(fifo).constData(), 0600), 0);
+    const int fd = ::open(QFile::encodeName(fifo).constData(), O_RDONLY | O_NONBLOCK);
+    ASSERT_GE(fd, 0);
+    QByteArray read;
+    std::thread reader([&] { read = drainFifo(fd); });
+    const QByteArray bytes(200000, 'g');  // more than a pipe holds: the writer waits for the reader
+    QString why;
+    EXPECT_TRUE(writeFileAtomically(fifo, bytes, &why)) << why.toStdString();
+    reader.join();
+    ::close(fd);
+    EXPECT_EQ(read.size(), bytes.size());
+    struct stat after {};
+    ASSERT_EQ(::stat(QFile::encodeName(fifo).constData(), &after), 0);
+    EXPECT_TRUE(S_ISFIFO(after.st_mode));
+    EXPECT_EQ(QDir(dir.path()).entryList(QDir::AllEntries | QDir::NoDotAndDotDot | QDir::System),
+              QStringList{QStringLiteral("pipe")});  // no temporary file left beside it
+}
+
+TEST(AtomicFile, ReplacesRegularFilesAndRefusesWhatItCannotWrite) {
+    QTemporaryDir dir;
+    const QString file = dir.filePath(QStringLiteral("a.txt"));
+    ASSERT_TRUE(writeFileAtomically(file, "old"));
+    ASSERT_TRUE(writeFileAtomically(file, "new"));
+    EXPECT_EQ(readAll(file), QByteArray("new"));
+
+    QString why;
+    EXPECT_FALSE(writeFileAtomically(dir.path(), "x", &why));
+    EXPECT_EQ(why.toStdString(), "it is a folder");
+    EXPECT_FALSE(writeFileAtomically(dir.filePath(QStringLiteral("no/such/folder/b.txt")), "x", &why));
+    EXPECT_FALSE(why.isEmpty());
+}
+
+}  // namespace
+}  // namespace gs
