@@ -5,6 +5,8 @@
 #include <QMessageBox>
 #include <QPushButton>
 
+#include "library/preferences.h"
+#include "sound/sound_analyzer.h"
 #include "ui/hud_stat_view.h"
 #include "ui/julia_view.h"
 #include "ui/mandelbrot_view.h"
@@ -22,16 +24,20 @@ const QString MacViewController::kResetAllMessage = QStringLiteral(
     "This will clear your zoom history and reset the color palette, frequency, and shading "
     "effects to their defaults. Are you sure?");
 
-MacViewController::MacViewController(QWidget* parent)
+MacViewController::MacViewController(QWidget* parent, std::unique_ptr<AudioInput> soundInput)
     : QWidget(parent),
       rng_(makeSystemRandom()),
+      preferences_(std::make_unique<PreferencesStore>()),
       trace_(qEnvironmentVariableIntValue("GLIMMERSCAPE_TRACE") == 1) {
     // Stale renders run to completion; like a global concurrent queue, the pool has threads
     // enough that a new render never waits behind them.
     renderPool_.setMaxThreadCount(kMaxRenderThreads);
     installDefaultPresenters();
     buildInterface();
+    buildSoundAnalyzer(std::move(soundInput));
     connectViewCallbacks();
+    loadPreferences();
+    restoreWindowPlace();
     regenerate();  // the first picture gets a fresh smooth palette
     refreshControls();
 }

@@ -11,6 +11,7 @@
 // mac_view_controller_*.cpp files.
 #pragma once
 
+#include <QByteArray>
 #include <QPointer>
 #include <QSize>
 #include <QThreadPool>
@@ -30,8 +31,12 @@
 #include "explore/palette_motion.h"
 #include "explore/selection.h"
 #include "explore/zoom_history.h"
+#include "sound/audio_input.h"
+#include "sound/sound_mapping.h"
 
 class QAction;
+class QCloseEvent;
+class QShowEvent;
 class QDialog;
 class QLabel;
 class QTimer;
@@ -44,7 +49,9 @@ class HUDStatView;
 class JuliaView;
 class MandelbrotView;
 class PictureFrame;
+class PreferencesStore;
 class Sidebar;
+class SoundAnalyzer;
 class ZoomHistoryControl;
 
 class MacViewController : public QWidget {
@@ -56,7 +63,9 @@ public:
     static const QString kResetAllMessage;
     static constexpr int kRowsPerPartialDisplay = 30;
 
-    explicit MacViewController(QWidget* parent = nullptr);
+    // soundInput: what sound mode listens to (the system's audio capture when none is given).
+    explicit MacViewController(QWidget* parent = nullptr,
+                               std::unique_ptr<AudioInput> soundInput = nullptr);
     ~MacViewController() override;
 
     MandelbrotView* mandelbrotView() const { return fractalView_; }
@@ -94,6 +103,22 @@ public:
     bool animationTimerRunning() const;
     double animationSpeed() const { return settings_.animationSpeed; }
     void setAnimationSpeed(double cyclesPerSecond) { settings_.animationSpeed = cyclesPerSecond; }
+
+    // --- Sound mode ---
+    // The Sound control: off when on; when off, on once the microphone may be used.
+    void toggleSoundAction();
+    // The one place that switches sound mode. On: starts listening (a failed start leaves
+    // everything as it was), turns glow and relief on and drives the colours from the sound on
+    // the animation tick; off: stops listening and restores glow and relief.
+    void switchSoundMode(bool on);
+    bool soundEnabled() const { return soundEnabled_; }
+    const SoundState& soundState() const { return soundState_; }
+    SoundAnalyzer* soundAnalyzer() const { return soundAnalyzer_; }
+
+    // --- Preferences ---
+    bool isAdvancedMode() const { return isAdvancedMode_; }
+    // Writes the four preferences together: advanced mode, animation speed, both tunings.
+    void savePreferences();
 
     // --- Auto-explore ---
     bool autoEnabled() const { return autoEnabled_; }
@@ -155,6 +180,12 @@ public:
     // How alerts are shown; tests replace them so that nothing waits for a click.
     std::function<void(const QString& message)> presentAlert;
     std::function<void(const QString& message, std::function<void()> onYes)> presentConfirmation;
+    // The alert shown when the system refuses the microphone.
+    std::function<void()> presentMicrophoneAlert;
+
+protected:
+    void closeEvent(QCloseEvent* event) override;
+    void showEvent(QShowEvent* event) override;
 
 private:
     struct FinishedRow;
@@ -206,6 +237,15 @@ private:
     void frequencyShiftBegan();
     void frequencyShiftChanged(double dx, double dy);
 
+    // Preferences and the window's place (mac_view_controller_preferences.cpp).
+    void loadPreferences();
+    void restoreWindowPlace();
+    void rememberWindowPlace();
+
+    // Sound mode (mac_view_controller_sound.cpp).
+    void buildSoundAnalyzer(std::unique_ptr<AudioInput> input);
+    void soundTickStep(double dt);
+
     // Palette animation (mac_view_controller_animation.cpp).
     void startAnimationTimer();
     void stopAnimationTimer();
@@ -255,6 +295,18 @@ private:
     QRect windowedGeometry_;
     bool coveringScreenItself_ = false;  // full screen without a window manager's help
     QPointer<QWidget> autoDissolveOverlay_;
+
+    // --- Sound mode ---
+    SoundAnalyzer* soundAnalyzer_ = nullptr;
+    bool soundEnabled_ = false;
+    std::optional<bool> soundGlowStateBeforeSound_, soundReliefStateBeforeSound_;
+    SoundState soundState_;
+
+    // --- Preferences ---
+    std::unique_ptr<PreferencesStore> preferences_;
+    bool isAdvancedMode_ = false;
+    QByteArray windowedPlace_;  // saveGeometry() of the window before it went full screen
+    bool placeRestored_ = false;
 
     // --- Render state ---
     std::int64_t renderGeneration_ = 0;

@@ -24,6 +24,7 @@ double uptimeSeconds() {
 void MacViewController::toggleAnimateColors() {
     animateColorsEnabled_ = !animateColorsEnabled_;
     if (animateColorsEnabled_) {
+        switchSoundMode(false);  // the two never run together
         keptInputsReady();  // their memory gets ready while the first ticks come
         startAnimationTimer();
     } else {
@@ -60,6 +61,10 @@ void MacViewController::animationTick() {
     const double now = animationNow ? animationNow() : uptimeSeconds();
     const std::optional<double> dt = animationClock_.tick(now, isRendering_);
     if (!dt) return;
+    if (soundEnabled_) {
+        soundTickStep(*dt);  // sound mode moves the colours instead
+        return;
+    }
     settings_.cycleOffset = advanceCycle(settings_.cycleOffset, *dt, settings_.animationSpeed);
     requestRecolor();
 }

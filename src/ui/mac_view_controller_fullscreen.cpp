@@ -121,6 +121,7 @@ void MacViewController::enterFullScreen() {
     placeFullScreenChrome();
     exitFullScreenAction_->setEnabled(true);
     windowedGeometry_ = geometry();
+    windowedPlace_ = saveGeometry();
     showFullScreen();
     // Without a window manager (a bare X server, a kiosk session) nobody acts on the request;
     // the window then covers the screen itself, and gives the room back on the way out.

@@ -55,6 +55,7 @@ void MacViewController::resetAllAction() {
 // Everything back to its start, except that the palette becomes a random one; the history is
 // emptied without a way back.
 void MacViewController::resetAll() {
+    switchSoundMode(false);
     stopAutoExplore();
     history_.resetAll();
     currentBookmarkName_.reset();
@@ -67,6 +68,7 @@ void MacViewController::resetAll() {
     stopAnimationTimer();
     fractalView_->tuning = settings_.tuning;
     juliaView_->tuning = settings_.tuning;
+    savePreferences();
     refreshControls();
     render();
 }

@@ -181,6 +181,8 @@ void MacViewController::buildShortcuts() {
     addShortcut(tr("Orbit Traps"), QKeySequence(Qt::CTRL | Qt::Key_T), &MacViewController::toggleOrbitTraps);
     addShortcut(tr("3D Relief"), QKeySequence(Qt::CTRL | Qt::Key_E), &MacViewController::toggle3DRelief);
     addShortcut(tr("Animate Colors"), QKeySequence(Qt::CTRL | Qt::Key_Y), &MacViewController::toggleAnimateColors);
+    addShortcut(tr("Sound Reactive"), QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_M),
+                &MacViewController::toggleSoundAction);
     addShortcut(tr("Auto Explore"), QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_A),
                 &MacViewController::toggleAutoAction);
     addShortcut(tr("Zoom Backward"), QKeySequence(Qt::CTRL | Qt::Key_Left), &MacViewController::handleZoomHistoryBack)
@@ -189,6 +191,12 @@ void MacViewController::buildShortcuts() {
         ->setShortcuts({QKeySequence(Qt::CTRL | Qt::Key_Right), QKeySequence(Qt::ALT | Qt::Key_Right)});
     addShortcut(tr("Help"), QKeySequence(Qt::Key_F1), &MacViewController::showHelp);
     addShortcut(tr("Full Screen"), QKeySequence(Qt::Key_F11), &MacViewController::toggleFullScreen);
+    // Closing remembers where the window was; the program ends with its last window.
+    auto* quit = new QAction(tr("Quit"), this);
+    quit->setShortcut(QKeySequence(Qt::CTRL | Qt::Key_Q));
+    quit->setShortcutContext(Qt::WindowShortcut);
+    connect(quit, &QAction::triggered, this, &QWidget::close);
+    addAction(quit);
     exitFullScreenAction_ = addShortcut(tr("Exit Full Screen"), QKeySequence(Qt::Key_Escape),
                                         &MacViewController::handleHideChromeTagTap);
     exitFullScreenAction_->setEnabled(false);  // offered only in full screen

@@ -33,6 +33,7 @@ ColourInputs MacViewController::colourInputs(const ShadingTuning& tuning) const 
     c.relief = settings_.reliefEnabled;
     c.tuning = tuning;
     c.light = settings_.reliefLight();
+    applySoundState(soundState_, c);  // neutral outside sound mode
     return c;
 }
 
@@ -156,7 +157,7 @@ void MacViewController::recolorAll() {
             mandelbrotRequest(history_.current(), w, h, colourInputs(view->tuning), lastMaxIteration_);
         colours.colour.pixelSize = pixelSize_;
         // A moving palette recolours 30 times a second: keep what does not move.
-        recolorFrame(colours, view->frame(), animateColorsEnabled_ && keptInputsReady());
+        recolorFrame(colours, view->frame(), (animateColorsEnabled_ || soundEnabled_) && keptInputsReady());
         view->presentImage();
     }
     if (view->onImageUpdated) {
@@ -181,7 +182,7 @@ bool MacViewController::keptInputsReady() {
         QMetaObject::invokeMethod(this, [this, made, count] {
             keptAllocationPending_ = false;
             Frame& f = fractalView_->frame();
-            if (animateColorsEnabled_ && f.pixelCount() == count) f.keptInputs = std::move(*made);
+            if ((animateColorsEnabled_ || soundEnabled_) && f.pixelCount() == count) f.keptInputs = std::move(*made);
         }, Qt::QueuedConnection);
     });
     return false;
@@ -194,7 +195,7 @@ void MacViewController::requestRelight() {
         return;
     }
     MandelbrotView* view = fractalView_;
-    if (relight(view->frame(), effectiveLight(settings_.reliefLight(), 0.0), view->tuning))
+    if (relight(view->frame(), effectiveLight(settings_.reliefLight(), soundState_.soundReliefDramaBoost), view->tuning))
         view->presentImage();
 }
 

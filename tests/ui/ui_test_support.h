@@ -70,12 +70,14 @@ inline void wheel(QWidget* w, QPoint angleDelta, QPoint pixelDelta = {},
 // A shown explorer window at its minimum size, first picture complete; alerts are recorded
 // instead of shown.
 struct Explorer {
-    std::unique_ptr<MacViewController> window = std::make_unique<MacViewController>();
+    std::unique_ptr<MacViewController> window;
     QStringList alerts;
     QStringList confirmations;
     bool answerYes = false;
 
-    Explorer() {
+    // soundInput: what sound mode listens to (none: the system's capture).
+    explicit Explorer(std::unique_ptr<AudioInput> soundInput = nullptr)
+        : window(std::make_unique<MacViewController>(nullptr, std::move(soundInput))) {
         window->presentAlert = [this](const QString& m) { alerts << m; };
         window->presentConfirmation = [this](const QString& m, std::function<void()> onYes) {
             confirmations << m;
