@@ -139,6 +139,18 @@ public:
     // The snapshot fading out over a new auto-explore picture in full screen, if any.
     QWidget* autoDissolveOverlay() const { return autoDissolveOverlay_; }
 
+    // --- Escape ---
+    // Escape closes the topmost open panel or overlay, or leaves full screen. Each closing is a
+    // named command, offered only while what it closes is open; a lower layer closes first
+    // (help card, then explanations, then browsers, then full screen).
+    enum class EscapeLayer { helpCard = 0, explanations = 1, browser = 2, fullScreen = 3 };
+    void addEscapeCommand(const QString& title, EscapeLayer layer, std::function<bool()> isOpen,
+                          std::function<void()> close);
+    // The titles of the commands Escape offers now, the one it would run first.
+    QStringList offeredEscapeCommands() const;
+    // What Escape does: runs the first offered command; false when none is offered.
+    bool handleEscape();
+
     // --- Render pipeline ---
     void render();
     void requestRecolor();
@@ -266,6 +278,14 @@ private:
     void fadeOutDissolve();
     void removeDissolve();
 
+    // Escape (mac_view_controller_layout.cpp).
+    struct EscapeCommand {
+        QString title;
+        EscapeLayer layer;
+        std::function<bool()> isOpen;
+        std::function<void()> close;
+    };
+
     // History (mac_view_controller_history.cpp).
     void applyHistoryMove(const HistoryMove& move);
 
@@ -345,7 +365,7 @@ private:
     QWidget* fullScreenChrome_ = nullptr;
     QLabel* fullScreenStatus_ = nullptr;
     std::vector<HUDStatView*> fullScreenStats_;  // the status display's full-screen set
-    QAction* exitFullScreenAction_ = nullptr;
+    std::vector<EscapeCommand> escapeCommands_;  // ordered by layer
     // Each windowed toggle with its full-screen copy, which always shows the same state.
     std::vector<std::pair<BracketToggleControl*, BracketToggleControl*>> toggleTwins_;
     HUDStatView* hudZoomStat_ = nullptr;

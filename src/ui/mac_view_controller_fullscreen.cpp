@@ -119,7 +119,6 @@ void MacViewController::enterFullScreen() {
     refreshControls();
     fullScreenChrome_->show();
     placeFullScreenChrome();
-    exitFullScreenAction_->setEnabled(true);
     windowedGeometry_ = geometry();
     windowedPlace_ = saveGeometry();
     showFullScreen();
@@ -139,7 +138,6 @@ void MacViewController::exitFullScreen() {
     if (juliaFullscreen_) swapJuliaBack();
     removeDissolve();
     fullScreenChrome_->hide();
-    exitFullScreenAction_->setEnabled(false);
     sidebar_->show();
     statusBar_->show();
     showNormal();

@@ -1,5 +1,7 @@
 // The window: the picture first with a sidebar beside it (the Julia view and the controls),
 // under both a bar with the history controls, the status display and help; keyboard commands.
+#include <algorithm>
+
 #include <QAction>
 #include <QGuiApplication>
 #include <QHBoxLayout>
@@ -197,9 +199,37 @@ void MacViewController::buildShortcuts() {
     quit->setShortcutContext(Qt::WindowShortcut);
     connect(quit, &QAction::triggered, this, &QWidget::close);
     addAction(quit);
-    exitFullScreenAction_ = addShortcut(tr("Exit Full Screen"), QKeySequence(Qt::Key_Escape),
-                                        &MacViewController::handleHideChromeTagTap);
-    exitFullScreenAction_->setEnabled(false);  // offered only in full screen
+    addEscapeCommand(tr("Exit Full Screen"), EscapeLayer::fullScreen, [this] { return chromeHidden_; },
+                     [this] { handleHideChromeTagTap(); });
+    // One Escape key for every closing command; what is topmost closes first.
+    auto* escape = new QAction(tr("Close"), this);
+    escape->setShortcut(QKeySequence(Qt::Key_Escape));
+    escape->setShortcutContext(Qt::WindowShortcut);
+    connect(escape, &QAction::triggered, this, [this] { handleEscape(); });
+    addAction(escape);
+}
+
+void MacViewController::addEscapeCommand(const QString& title, EscapeLayer layer,
+                                         std::function<bool()> isOpen, std::function<void()> close) {
+    const auto at = std::upper_bound(escapeCommands_.begin(), escapeCommands_.end(), layer,
+                                     [](EscapeLayer l, const EscapeCommand& c) { return l < c.layer; });
+    escapeCommands_.insert(at, {title, layer, std::move(isOpen), std::move(close)});
+}
+
+QStringList MacViewController::offeredEscapeCommands() const {
+    QStringList titles;
+    for (const EscapeCommand& c : escapeCommands_)
+        if (c.isOpen()) titles << c.title;
+    return titles;
+}
+
+bool MacViewController::handleEscape() {
+    for (const EscapeCommand& c : escapeCommands_) {
+        if (!c.isOpen()) continue;
+        c.close();
+        return true;
+    }
+    return false;
 }
 
 void MacViewController::refreshControls() {

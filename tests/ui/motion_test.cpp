@@ -180,7 +180,8 @@ TEST(FullScreen, EveryCopyOfAToggleShowsTheStateOfItsTwin) {
     EXPECT_EQ(f.c().findChild<QLabel*>(QStringLiteral("fullScreenStatus"))->text(),
               QStringLiteral("CURRENTLY VIEWING: Unsaved Location  (1.0×)"));
 
-    // Esc first dismisses a shown box, then leaves full screen.
+    // Esc first dismisses a shown box, then leaves full screen, the one command it offers.
+    EXPECT_EQ(f.c().offeredEscapeCommands(), QStringList{QStringLiteral("Exit Full Screen")});
     f.view().restoreSelection(SelectionBox{0.2, 0.2, 0.3});
     f.view().setFocus();
     QTest::keyClick(&f.view(), Qt::Key_Escape);
@@ -188,6 +189,7 @@ TEST(FullScreen, EveryCopyOfAToggleShowsTheStateOfItsTwin) {
     EXPECT_TRUE(f.c().isChromeHidden());
     QTest::keyClick(&f.view(), Qt::Key_Escape);
     EXPECT_FALSE(f.c().isChromeHidden());
+    EXPECT_TRUE(f.c().offeredEscapeCommands().isEmpty());
 }
 
 // In full screen the pictures keep their proportions (4:3, the Julia set square) and fill the
