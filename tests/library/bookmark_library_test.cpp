@@ -59,6 +59,38 @@ TEST_F(Library, AMissingOrDamagedFileReadsAsNoBookmarks) {
     EXPECT_EQ(library().loadUserBookmarks().size(), 1);
 }
 
+// Only the newest unreadable file is kept beside the store; a readable one or an empty one is
+// replaced without a copy.
+TEST_F(Library, AFileThatDoesNotDecodeIsKeptBesideItBeforeItIsReplaced) {
+    const QString damaged = path() + QStringLiteral(".damaged");
+    test::writeAll(path(), "[{\"name\": \"hand-edited\",");
+    ASSERT_TRUE(library().add(test::sampleBookmark(QStringLiteral("One"))));
+    EXPECT_EQ(test::readAll(damaged), QByteArray("[{\"name\": \"hand-edited\","));
+    ASSERT_TRUE(library().add(test::sampleBookmark(QStringLiteral("Two"))));
+    EXPECT_EQ(test::readAll(damaged), QByteArray("[{\"name\": \"hand-edited\","));
+    test::writeAll(path(), "not json");
+    ASSERT_TRUE(library().remove(QStringLiteral("One")));
+    EXPECT_EQ(test::readAll(damaged), QByteArray("not json"));
+    EXPECT_TRUE(library().loadUserBookmarks().isEmpty());
+
+    QFile::remove(damaged);
+    test::writeAll(path(), " \n");
+    ASSERT_TRUE(library().add(test::sampleBookmark()));
+    EXPECT_FALSE(QFile::exists(damaged));
+}
+
+TEST_F(Library, TheMineSectionComesOnlyWithUserBookmarks) {
+    const QList<Bookmark> builtIn{test::sampleBookmark(QStringLiteral("Needle"))};
+    const auto only = bookmarkSections({}, builtIn);
+    ASSERT_EQ(only.size(), 1);
+    EXPECT_EQ(only[0].title, QStringLiteral("Built-in"));
+    const auto both = bookmarkSections({test::sampleBookmark(QStringLiteral("Mine 1"))}, builtIn);
+    ASSERT_EQ(both.size(), 2);
+    EXPECT_EQ(both[0].title, QStringLiteral("Mine"));
+    EXPECT_EQ(names(both[0].bookmarks), QStringList{QStringLiteral("Mine 1")});
+    EXPECT_EQ(both[1].title, QStringLiteral("Built-in"));
+}
+
 TEST_F(Library, DuplicateAndRenameTellAClashApartFromAStoredChange) {
     store({QStringLiteral("A"), QStringLiteral("B")});
     const QByteArray before = test::readAll(path());

@@ -87,5 +87,31 @@ TEST(Bookmark, ZoomFactorIsFourOverAUsableWidthElseOne) {
     }
 }
 
+TEST(Bookmark, ExplorableBoundsStopWhereThePixelSizeWouldOverflow) {
+    Bookmark b = test::sampleBookmark();
+    EXPECT_TRUE(hasExplorableBounds(b));
+    b.xmin = -5e289;
+    b.xmax = 5e289;
+    EXPECT_TRUE(hasExplorableBounds(b));
+    b.xmax = 6e289;
+    EXPECT_FALSE(hasExplorableBounds(b));
+    b = test::sampleBookmark();
+    b.ymin = -1e300;
+    EXPECT_FALSE(hasExplorableBounds(b));
+    b.ymin = b.ymax;
+    EXPECT_FALSE(hasExplorableBounds(b));
+}
+
+// A tuning that would make a colour NaN is shown as the defaults, like a missing one.
+TEST(Bookmark, ATuningThatCannotColourFallsBackToTheDefaults) {
+    Bookmark b = test::sampleBookmark();
+    ASSERT_TRUE(b.tuning);
+    EXPECT_EQ(bookmarkTuning(b), *b.tuning);
+    b.tuning->demSoftness = 0;
+    EXPECT_EQ(bookmarkTuning(b), ShadingTuning{});
+    b.tuning.reset();
+    EXPECT_EQ(bookmarkTuning(b), ShadingTuning{});
+}
+
 }  // namespace
 }  // namespace gs
