@@ -64,7 +64,7 @@ PLACES = {
         name="The Needle", centre=(-1.80, 0.0), width=0.44,
         palette="Ice", repeat=3.0, shift=0.0, shadings=("glow",)),
     "needle-spirals": dict(
-        name="Needle Spirals", centre=(-1.74975914513036646, 0.0), width=4e-08,
+        name="Needle Spirals", centre=(-1.74975914513036646, 0.0), width=4.4e-08,
         palette="Orchid", repeat=10.0, shift=0.0, shadings=("dem",)),
     "triple-spiral-valley": dict(
         name="Triple Spiral Valley", centre=(-0.08896, 0.65441), width=0.0007,
@@ -73,7 +73,7 @@ PLACES = {
         name="Scepter Valley", centre=(-1.25066, 0.02012), width=0.0002,
         palette="Emberglass", repeat=4.0, shift=0.0, shadings=("dem",)),
     "snowflake": dict(
-        name="Snowflake", centre=(-0.10109636384562, 0.95628651080914), width=0.004,
+        name="Snowflake", centre=(-0.10109636384562, 0.95628651080914), width=0.0045,
         palette="Glacier", repeat=3.0, shift=0.0, shadings=("glow",)),
     "feigenbaum-ferns": dict(
         name="Feigenbaum Ferns", centre=(-1.4025, 0.0), width=0.003,
