@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <cstring>
 #include <memory>
 #include <string>
 
@@ -14,7 +15,6 @@ namespace {
 TEST(SrgbTransfer, RoundTripsEveryByteAndAveragesInLinearLight) {
     for (int v = 0; v < 256; ++v)
         EXPECT_EQ(linearToSrgb(srgbToLinear(static_cast<std::uint8_t>(v))), v) << v;
-    EXPECT_EQ(srgbToLinear(0), 0.0);
     EXPECT_EQ(srgbToLinear(255), 1.0);
     EXPECT_NEAR(srgbToLinear(10), 10 / 255.0 / 12.92, 1e-15);  // on the linear segment
     EXPECT_NEAR(srgbToLinear(128), 0.2158605001138992, 1e-12);
@@ -47,10 +47,8 @@ TEST_P(Poster, OneSamplePerPixelIsThePlainRender) {
     renderFrame(r, plain);
     renderSupersampled(r, 1, poster);
     EXPECT_EQ(poster.pixels, plain.pixels);
-    EXPECT_TRUE(std::equal(poster.data.begin(), poster.data.end(), plain.data.begin(),
-                           [](const PixelExtendedData& a, const PixelExtendedData& b) {
-                               return a.nu == b.nu && a.distance == b.distance && a.trapDistance == b.trapDistance;
-                           }));
+    ASSERT_EQ(poster.data.size(), plain.data.size());
+    EXPECT_EQ(0, std::memcmp(poster.data.data(), plain.data.data(), plain.data.size() * sizeof(PixelExtendedData)));
 }
 
 // Away from edges (where the plain picture varies little over five pixels around a pixel)
