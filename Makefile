@@ -6,6 +6,7 @@ BUILD_TYPE ?= RelWithDebInfo
 DEBIAN_PACKAGES := cmake ninja-build g++ pkg-config \
 	qt6-base-dev qt6-qpa-plugins libxkbcommon-dev fonts-dejavu-core libhwy-dev libtbb-dev \
 	libgtest-dev libgmock-dev libbenchmark-dev \
+	libavformat-dev libavcodec-dev libswscale-dev libavutil-dev ffmpeg \
 	xvfb xauth xdotool imagemagick
 
 .PHONY: all deps configure build run test bench clean
