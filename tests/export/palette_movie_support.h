@@ -66,13 +66,13 @@ inline void scribbleOver(Frame& f) {
     for (std::uint8_t& b : f.pixels) b = 99;
 }
 
-// Frame i the long way: the untouched picture recoloured at phase + i / count, its top-left
-// even part, in BGRA order.
+// Frame i the long way, its top-left even part in BGRA order: for frame 0 the picture itself
+// as it was rendered, for the others the untouched picture recoloured at phase + i / count.
 inline std::vector<std::uint8_t> expectedFrame(const MoviePicture& p, std::int64_t i) {
     RenderRequest r = p.colours;
     r.colour.cycleOffset = r.colour.cycleOffset + static_cast<double>(i) / static_cast<double>(p.snapshot.frameCount);
     Frame f = p.reference;
-    recolorFrame(r, f);
+    if (i != 0) recolorFrame(r, f);
     const MovieSize size = evenMovieSize(f.width, f.height);
     std::vector<std::uint8_t> out;
     for (int y = 0; y < size.height; ++y)
