@@ -273,6 +273,10 @@ TEST_F(Advanced, EveryLayoutFitsFromTheMinimumSizeUp) {
             panel().selectTab(0);
         }
     }
+    e.c().toggleFullScreen();  // the picture has the screen to itself
+    EXPECT_FALSE(panel().isVisible());
+    e.c().toggleFullScreen();
+    EXPECT_TRUE(panel().isVisible());
 }
 
 }  // namespace
