@@ -41,10 +41,12 @@ public:
         setCheckable(true);
         setAccessibleName(name);
     }
-    void setModeOn(bool on, const QString& offHint) {
-        setToolTip(on ? QString() : offHint);
-        if (on == modeOn_) return;
+    // The hint is made only when the state changes (the panel refreshes on every animation tick).
+    void setModeOn(bool on, const std::function<QString()>& offHint) {
+        if (on == modeOn_ && known_) return;
+        known_ = true;
         modeOn_ = on;
+        setToolTip(on ? QString() : offHint());
         update();
     }
     QSize sizeHint() const override {
@@ -69,6 +71,7 @@ protected:
 
 private:
     bool modeOn_ = true;
+    bool known_ = false;
 };
 
 QString offHint(const TuningTab& tab) {
@@ -145,7 +148,8 @@ void TuningPanelView::refreshValues() {
     for (BracketSliderControl* slider : sliders_) slider->refresh();
     for (std::size_t i = 0; i < tabButtons_.size(); ++i) {
         const TuningTab& tab = tabs_[i];
-        static_cast<TuningTabButton*>(tabButtons_[i])->setModeOn(!tab.isModeOn || tab.isModeOn(), offHint(tab));
+        static_cast<TuningTabButton*>(tabButtons_[i])->setModeOn(!tab.isModeOn || tab.isModeOn(),
+                                                                  [&tab] { return offHint(tab); });
     }
 }
 
