@@ -1,5 +1,6 @@
-// The window: the picture first with a sidebar beside it (the Julia view and the controls),
-// under both a bar with the history controls, the status display and help; keyboard commands.
+// The window: the picture first (in advanced mode over the tuning panel) with a sidebar beside
+// it (the Julia view and the controls), under both a bar with the history controls, the status
+// display and help; keyboard commands.
 #include <algorithm>
 
 #include <QAction>
