@@ -30,6 +30,7 @@
 #include "explore/explorer_settings.h"
 #include "explore/palette_motion.h"
 #include "explore/selection.h"
+#include "explore/tuning_slider.h"
 #include "explore/zoom_history.h"
 #include "sound/audio_input.h"
 #include "sound/sound_mapping.h"
@@ -43,6 +44,7 @@ class QTimer;
 
 namespace gs {
 
+class AdvancedModeTag;
 class BracketActionControl;
 class BracketToggleControl;
 class HUDStatView;
@@ -52,6 +54,7 @@ class PictureFrame;
 class PreferencesStore;
 class Sidebar;
 class SoundAnalyzer;
+class TuningPanelView;
 class ZoomHistoryControl;
 
 class MacViewController : public QWidget {
@@ -119,6 +122,17 @@ public:
     bool isAdvancedMode() const { return isAdvancedMode_; }
     // Writes the four preferences together: advanced mode, animation speed, both tunings.
     void savePreferences();
+
+    // --- Advanced mode ---
+    // The slider table bound to this controller: six tabs whose accessors hold it weakly (once
+    // it is gone, get gives the slider's default and set does nothing).
+    std::vector<TuningTab> buildTuningTabs();
+    // The mode tag: flips advanced mode, shows or hides the tuning panel, saves preferences.
+    void handleModeTagTap();
+    // Removes the tuning help card, if one is shown.
+    void hideTuningHelp();
+    TuningPanelView* tuningPanel() const { return tuningPanel_; }
+    AdvancedModeTag* modeTag() const { return modeTag_; }
 
     // --- Auto-explore ---
     bool autoEnabled() const { return autoEnabled_; }
@@ -254,6 +268,17 @@ private:
     void restoreWindowPlace();
     void rememberWindowPlace();
 
+    // Advanced mode and the tuning panel (mac_view_controller_tuning.cpp).
+    TuningPanelView* buildTuningPanel();
+    void setTuningValue(const TuningTarget& target, double value);
+    void layoutForMode();
+    void refreshAdvancedModeIndicator();
+    void refreshTuningControls();  // the panel's values and tabs, and the amber dot
+    void scheduleTuningRelight();
+    void showNumericEntry(const TuningSliderSpec& spec);
+    void traceTuningSoon();
+    void traceTuning() const;
+
     // Sound mode (mac_view_controller_sound.cpp).
     void buildSoundAnalyzer(std::unique_ptr<AudioInput> input);
     void soundTickStep(double dt);
@@ -327,6 +352,12 @@ private:
     bool isAdvancedMode_ = false;
     QByteArray windowedPlace_;  // saveGeometry() of the window before it went full screen
     bool placeRestored_ = false;
+
+    // --- Advanced mode ---
+    TuningPanelView* tuningPanel_ = nullptr;
+    AdvancedModeTag* modeTag_ = nullptr;
+    bool tuningRelightPending_ = false;
+    bool tuningTracePending_ = false;
 
     // --- Render state ---
     std::int64_t renderGeneration_ = 0;

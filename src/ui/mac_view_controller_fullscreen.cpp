@@ -116,6 +116,7 @@ void MacViewController::enterFullScreen() {
     chromeHidden_ = true;
     sidebar_->hide();
     statusBar_->hide();
+    layoutForMode();
     refreshControls();
     fullScreenChrome_->show();
     placeFullScreenChrome();
@@ -140,6 +141,7 @@ void MacViewController::exitFullScreen() {
     fullScreenChrome_->hide();
     sidebar_->show();
     statusBar_->show();
+    layoutForMode();
     showNormal();
     if (coveringScreenItself_) setGeometry(windowedGeometry_);
     coveringScreenItself_ = false;

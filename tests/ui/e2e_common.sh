@@ -1,6 +1,7 @@
 # Shared set-up of the end-to-end scripts: a virtual X display, the real program started with its
 # trace on, and helpers to wait for pictures and read screen pixels. Sourced, not run.
-# Expects $program; defines $work, $app_pid, fail, wait_for_picture, field, pixel, shoot.
+# Expects $program; defines $work, $app_pid, fail, start_program, wait_for_picture, field, pixel,
+# shoot.
 
 command -v Xvfb >/dev/null || { echo "SKIP: Xvfb is not installed"; exit 77; }
 for tool in xdotool import convert; do
@@ -18,22 +19,23 @@ cleanup() {
 trap cleanup EXIT
 fail() { echo "FAIL: $*"; echo "--- program output"; cat "$work/out" "$work/err" 2>/dev/null; exit 1; }
 
-# A free display number from 99 up.
-display=
-for n in $(seq 99 160); do
-    if [ ! -e "/tmp/.X$n-lock" ] && [ ! -e "/tmp/.X11-unix/X$n" ]; then display=:$n; break; fi
-done
-[ -n "$display" ] || fail "no free display number"
-Xvfb "$display" -screen 0 1280x900x24 -nolisten tcp >"$work/xvfb.log" 2>&1 &
+# The X server picks a free display number itself and writes it once it is ready, so runs in
+# parallel never race for one.
+Xvfb -displayfd 3 -screen 0 1280x900x24 -nolisten tcp 3>"$work/display" >"$work/xvfb.log" 2>&1 &
 xvfb_pid=$!
-export DISPLAY=$display
-for _ in $(seq 100); do xdotool getdisplaygeometry >/dev/null 2>&1 && break; sleep 0.1; done
-xdotool getdisplaygeometry >/dev/null 2>&1 || fail "Xvfb did not start on $display"
+for _ in $(seq 100); do [ -s "$work/display" ] && break; sleep 0.1; done
+[ -s "$work/display" ] || fail "Xvfb did not start"
+export DISPLAY=:$(head -n1 "$work/display")
+xdotool getdisplaygeometry >/dev/null 2>&1 || fail "Xvfb did not answer on $DISPLAY"
 
 export HOME=$work XDG_CONFIG_HOME=$work/config XDG_DATA_HOME=$work/data
 export XDG_RUNTIME_DIR=$work/run && mkdir -m 700 "$XDG_RUNTIME_DIR"
-GLIMMERSCAPE_TRACE=1 "$program" >"$work/out" 2>"$work/err" &
-app_pid=$!
+# Starts the program with its trace on (again, after it quit: the output starts afresh).
+start_program() {
+    GLIMMERSCAPE_TRACE=1 "$program" >"$work/out" 2>"$work/err" &
+    app_pid=$!
+}
+start_program
 
 # Waits until the program has printed `count` complete pictures; prints the last such line.
 wait_for_picture() {
