@@ -108,6 +108,12 @@ AudioCapture::~AudioCapture() {
 
 QList<QAudioDevice> AudioCapture::inputDevices() { return QMediaDevices::audioInputs(); }
 
+QList<AudioInputChoice> AudioCapture::inputChoices() {
+    QList<AudioInputChoice> choices;
+    for (const QAudioDevice& d : inputDevices()) choices.append({d.id(), d.description()});
+    return choices;
+}
+
 // The system default comes from the sound server itself; a Qt that does mark a default input
 // is asked when the server cannot be.
 QAudioDevice AudioCapture::deviceToOpen() const {
