@@ -33,6 +33,7 @@
 #include "explore/tuning_slider.h"
 #include "explore/zoom_history.h"
 #include "sound/audio_input.h"
+#include "sound/sound_input_menu.h"
 #include "sound/sound_mapping.h"
 
 class QAction;
@@ -40,6 +41,7 @@ class QCloseEvent;
 class QShowEvent;
 class QDialog;
 class QLabel;
+class QMenu;
 class QTimer;
 
 namespace gs {
@@ -53,8 +55,11 @@ class MandelbrotView;
 class PictureFrame;
 class PreferencesStore;
 class Sidebar;
+class AudioCapture;
 class SoundAnalyzer;
 class TuningPanelView;
+class SoundInputButton;
+class SoundLevelMeter;
 class ZoomHistoryControl;
 
 class MacViewController : public QWidget {
@@ -117,6 +122,15 @@ public:
     bool soundEnabled() const { return soundEnabled_; }
     const SoundState& soundState() const { return soundState_; }
     SoundAnalyzer* soundAnalyzer() const { return soundAnalyzer_; }
+    // The audio input sound mode listens to, by id (empty: the system default; a remembered
+    // input that is gone also falls back to it). Remembered across launches; choosing another
+    // while listening listens to it at once.
+    void chooseSoundInput(const QByteArray& id);
+    const QByteArray& soundInputDevice() const { return soundInputId_; }
+    // The system's capture that sound mode listens through; null when a test gave its own input.
+    AudioCapture* soundCapture() const { return soundCapture_; }
+    // The inputs the sound-input menu offers (the system's when unset); tests replace it.
+    std::function<QList<AudioInputChoice>()> listSoundInputs;
 
     // --- Preferences ---
     bool isAdvancedMode() const { return isAdvancedMode_; }
@@ -281,7 +295,16 @@ private:
 
     // Sound mode (mac_view_controller_sound.cpp).
     void buildSoundAnalyzer(std::unique_ptr<AudioInput> input);
+    bool startListening();  // notes why when it fails
+    void listenAgain();     // after the input changed while listening
+    void soundInputLost();
     void soundTickStep(double dt);
+    // Sound mode's controls (mac_view_controller_sound_controls.cpp).
+    QWidget* buildSoundRow(QWidget* parent);
+    void fillSoundInputMenu(QMenu* menu);
+    void refreshSoundControls();
+    QString soundToolTip() const;
+    void traceSound() const;
 
     // Palette animation (mac_view_controller_animation.cpp).
     void startAnimationTimer();
@@ -293,7 +316,7 @@ private:
 
     // Full screen (mac_view_controller_fullscreen.cpp).
     QWidget* buildFullScreenChrome();
-    void twin(BracketToggleControl* windowed, void (MacViewController::*command)());
+    BracketToggleControl* twin(BracketToggleControl* windowed, void (MacViewController::*command)());
     void placeFullScreenChrome();
     void enterFullScreen();
     void exitFullScreen();
@@ -346,6 +369,10 @@ private:
     bool soundEnabled_ = false;
     std::optional<bool> soundGlowStateBeforeSound_, soundReliefStateBeforeSound_;
     SoundState soundState_;
+    AudioCapture* soundCapture_ = nullptr;  // the analyzer's input, unless a test gave another
+    QByteArray soundInputId_;               // the chosen input; empty: the system default
+    QString soundListeningTo_;              // the input's description while listening
+    QString soundProblem_;                  // why listening failed or stopped, until it starts again
 
     // --- Preferences ---
     std::unique_ptr<PreferencesStore> preferences_;
@@ -385,6 +412,10 @@ private:
     BracketToggleControl* reliefToggle_ = nullptr;
     BracketToggleControl* animateToggle_ = nullptr;
     BracketToggleControl* autoToggle_ = nullptr;
+    BracketToggleControl* soundToggle_ = nullptr;
+    BracketToggleControl* fullScreenSoundToggle_ = nullptr;
+    SoundInputButton* soundInputButton_ = nullptr;
+    SoundLevelMeter* soundLevelMeter_ = nullptr;
     BracketActionControl* newPaletteControl_ = nullptr;
     BracketActionControl* resetViewControl_ = nullptr;
     BracketActionControl* resetAllControl_ = nullptr;

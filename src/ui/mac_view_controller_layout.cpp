@@ -114,6 +114,7 @@ Sidebar* MacViewController::buildSidebar() {
     column->addWidget(sectionTitle(tr("Motion"), sidebar));
     add(animateToggle_ = new BracketToggleControl(tr("Animate"), sidebar));
     add(autoToggle_ = new BracketToggleControl(tr("Auto"), sidebar));
+    add(buildSoundRow(sidebar));
     column->addWidget(sectionTitle(tr("Shading"), sidebar));
     add(demToggle_ = new BracketToggleControl(tr("Distance Estimation"), sidebar));
     add(glowToggle_ = new BracketToggleControl(tr("Glow"), sidebar));
@@ -173,6 +174,7 @@ void MacViewController::connectControls() {
     on(reliefToggle_, &MacViewController::toggle3DRelief);
     on(animateToggle_, &MacViewController::toggleAnimateColors);
     on(autoToggle_, &MacViewController::toggleAutoAction);
+    on(soundToggle_, &MacViewController::toggleSoundAction);
     on(resetViewControl_, &MacViewController::resetViewAction);
     on(resetAllControl_, &MacViewController::resetAllAction);
     on(helpControl_, &MacViewController::showHelp);
@@ -259,7 +261,9 @@ void MacViewController::refreshControls() {
     reliefToggle_->setChecked(settings_.reliefEnabled);
     animateToggle_->setChecked(animateColorsEnabled_);
     autoToggle_->setChecked(autoEnabled_);
+    soundToggle_->setChecked(soundEnabled_);
     for (const auto& [windowed, copy] : toggleTwins_) copy->setChecked(windowed->isChecked());
+    refreshSoundControls();
     refreshHistoryControls();
     refreshTuningControls();
 }
