@@ -159,7 +159,9 @@ TEST_F(OnlineLibraryTest, HostileAnswersEndAsFailuresWithoutBlocking) {
     EXPECT_EQ(importAll().title, QStringLiteral("Imported 1 of 3"));
     EXPECT_LT(clock.elapsed(), 3000);
     EXPECT_GE(ticks, clock.elapsed() / 200);  // the event loop kept turning (loose: CI is busy)
-    EXPECT_LT(server.streamedBytes(), 4 << 20);  // the client stopped reading at its cap
+    // The client stopped reading at its cap; the server may still have filled the socket
+    // buffers, but a client that kept reading would have taken hundreds of megabytes by now.
+    EXPECT_LT(server.streamedBytes(), 32 << 20);
 
     server.answer(kBase + QStringLiteral("manifest.json"), Answer::endless);
     library.load();
