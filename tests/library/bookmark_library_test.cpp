@@ -79,18 +79,6 @@ TEST_F(Library, AFileThatDoesNotDecodeIsKeptBesideItBeforeItIsReplaced) {
     EXPECT_FALSE(QFile::exists(damaged));
 }
 
-TEST_F(Library, TheMineSectionComesOnlyWithUserBookmarks) {
-    const QList<Bookmark> builtIn{test::sampleBookmark(QStringLiteral("Needle"))};
-    const auto only = bookmarkSections({}, builtIn);
-    ASSERT_EQ(only.size(), 1);
-    EXPECT_EQ(only[0].title, QStringLiteral("Built-in"));
-    const auto both = bookmarkSections({test::sampleBookmark(QStringLiteral("Mine 1"))}, builtIn);
-    ASSERT_EQ(both.size(), 2);
-    EXPECT_EQ(both[0].title, QStringLiteral("Mine"));
-    EXPECT_EQ(names(both[0].bookmarks), QStringList{QStringLiteral("Mine 1")});
-    EXPECT_EQ(both[1].title, QStringLiteral("Built-in"));
-}
-
 TEST_F(Library, DuplicateAndRenameTellAClashApartFromAStoredChange) {
     store({QStringLiteral("A"), QStringLiteral("B")});
     const QByteArray before = test::readAll(path());

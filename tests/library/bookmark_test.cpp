@@ -102,16 +102,5 @@ TEST(Bookmark, ExplorableBoundsStopWhereThePixelSizeWouldOverflow) {
     EXPECT_FALSE(hasExplorableBounds(b));
 }
 
-// A tuning that would make a colour NaN is shown as the defaults, like a missing one.
-TEST(Bookmark, ATuningThatCannotColourFallsBackToTheDefaults) {
-    Bookmark b = test::sampleBookmark();
-    ASSERT_TRUE(b.tuning);
-    EXPECT_EQ(bookmarkTuning(b), *b.tuning);
-    b.tuning->demSoftness = 0;
-    EXPECT_EQ(bookmarkTuning(b), ShadingTuning{});
-    b.tuning.reset();
-    EXPECT_EQ(bookmarkTuning(b), ShadingTuning{});
-}
-
 }  // namespace
 }  // namespace gs

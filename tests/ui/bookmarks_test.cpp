@@ -16,6 +16,7 @@
 #include "ui/bookmarks_browser.h"
 #include "ui/browser_panel.h"
 #include "ui/julia_view.h"
+#include "fake_microphone.h"
 #include "ui_test_support.h"
 
 namespace gs::test {
@@ -53,9 +54,11 @@ struct Bookmarks : ::testing::Test {
     std::vector<AlertQuestion> questions;
     QStringList alerts, notices;
 
+    FakeMicrophone* microphone = new FakeMicrophone;  // owned by the window
+
     Bookmarks() {
         QFile::remove(BookmarkLibrary::shared().fileURL());
-        e = std::make_unique<Explorer>();
+        e = std::make_unique<Explorer>(std::unique_ptr<AudioInput>(microphone));
         MacViewController& c = e->c();
         c.presentTextPrompt = [this](const TextPrompt& p, std::function<void(const QString&)> onAccept) {
             prompts.push_back(p);
@@ -84,9 +87,9 @@ struct Bookmarks : ::testing::Test {
 TEST_F(Bookmarks, SavingNumbersTakenNamesAndIgnoresBlankOnes) {
     save(QStringLiteral("  Spiral\t"));
     ASSERT_EQ(prompts.size(), 1u);
-    EXPECT_EQ(prompts[0].title, QStringLiteral("Save Current Location"));
-    EXPECT_EQ(prompts[0].placeholder, QStringLiteral("Name"));
-    EXPECT_EQ(prompts[0].cancelButton + u'/' + prompts[0].acceptButton, QStringLiteral("Cancel/Save"));
+    const TextPrompt& p = prompts[0];
+    EXPECT_EQ(QStringList({p.title, p.placeholder, p.text, p.cancelButton, p.acceptButton}),
+              QStringList({"Save Current Location", "Name", "", "Cancel", "Save"}));
     save(QStringLiteral("Spiral"));
     save(QStringLiteral("Spiral"));
     save(QStringLiteral(" \t "));
@@ -182,15 +185,11 @@ TEST_F(Bookmarks, ApplyingShowsEverythingTheRecordHolds) {
     EXPECT_EQ(c().viewport(), (Viewport{-0.75, -0.75 + 0.08, 0.1, 0.16}));
     EXPECT_EQ(*c().colorTable(), place(QString()).paletteColors.colors);
     EXPECT_EQ(c().paletteMode(), PaletteMode::smooth);
-    EXPECT_EQ(c().frequency(), 2.0);
-    EXPECT_EQ(c().cycleOffset(), 0.0);
+    EXPECT_EQ(std::make_pair(c().frequency(), c().cycleOffset()), std::make_pair(2.0, 0.0));
     EXPECT_TRUE(c().demEnabled() && c().reliefEnabled() && !c().glowEnabled() && !c().trapsEnabled());
     EXPECT_EQ(c().reliefLightRawX(), 0.3);
-    EXPECT_EQ(c().tuning(), tuned);
-    EXPECT_EQ(e->view().tuning, tuned);
-    EXPECT_EQ(c().juliaView()->tuning, tuned);
+    for (const ShadingTuning& t : {c().tuning(), e->view().tuning, c().juliaView()->tuning}) EXPECT_EQ(t, tuned);
     EXPECT_EQ(PreferencesStore().load().shadingTuning, tuned);
-    EXPECT_EQ(c().currentBookmarkName(), QStringLiteral("Valley"));
     EXPECT_EQ(c().fullScreenStatusLine(), QStringLiteral("CURRENTLY VIEWING: Valley  (50.0×)"));
     ASSERT_TRUE(e->settle());
 
@@ -205,6 +204,21 @@ TEST_F(Bookmarks, ApplyingShowsEverythingTheRecordHolds) {
     c().zoomBackAction();
     EXPECT_EQ(c().viewport(), before);
     EXPECT_EQ(c().currentBookmarkName(), std::nullopt);
+}
+
+// Sound goes through its own switch: on, it lights glow and relief; off, it must not put back
+// the glow and relief of before over the bookmark's own.
+TEST_F(Bookmarks, SoundFollowsTheBookmarkWithoutUndoingItsShadings) {
+    Bookmark loud = place(QStringLiteral("Loud"));
+    loud.soundEnabled = true;
+    loud.reliefEnabled = false;
+    c().applyBookmark(loud);
+    EXPECT_TRUE(c().soundEnabled() && c().glowEnabled() && c().reliefEnabled());
+    EXPECT_EQ(microphone->starts, 1);
+    c().applyBookmark(place(QStringLiteral("Quiet")));
+    EXPECT_FALSE(c().soundEnabled() || c().glowEnabled());
+    EXPECT_TRUE(c().reliefEnabled());
+    ASSERT_TRUE(e->settle());
 }
 
 TEST_F(Bookmarks, TheBuiltInsAreAtLeastTwelveThatCanAllBeShown) {
@@ -261,8 +275,9 @@ TEST_F(Bookmarks, TheBrowserListsSectionsOffersMenusAndClosesWithEscape) {
     EXPECT_TRUE(c().offeredEscapeCommands().isEmpty());
 }
 
-// The browser's pictures are the engine's own, made off the GUI thread for every entry.
-TEST_F(Bookmarks, ThumbnailsAreRenderedForEveryEntryWhileTheBrowserIsOpen) {
+// The browser's pictures are the engine's own, made off the GUI thread for every entry while
+// it is open; requests still waiting are dropped, and only listed bookmarks' pictures are kept.
+TEST_F(Bookmarks, ThumbnailsAreRenderedWhileTheBrowserIsOpenAndDroppedWhenStale) {
     store({place(QStringLiteral("Mine"))});
     BookmarkThumbnails* thumbnails = c().bookmarksBrowser()->thumbnails();
     EXPECT_EQ(thumbnails->cachedCount(), 0);
@@ -271,23 +286,20 @@ TEST_F(Bookmarks, ThumbnailsAreRenderedForEveryEntryWhileTheBrowserIsOpen) {
     ASSERT_TRUE(waitFor([&] { return thumbnails->cachedCount() == all; }));
     const Bookmark mine = c().userBookmarksCache()[0];
     EXPECT_EQ(thumbnails->cached(mine), renderBookmarkThumbnail(mine, QSize(144, 108)));
-}
 
-TEST(BookmarkThumbnails, RequestsStillWaitingAreDroppedAndOnlyListedOnesKept) {
-    BookmarkThumbnails thumbnails;
+    BookmarkThumbnails fresh;
     QList<Bookmark> many;
     for (int i = 0; i < 8; ++i) many << place(QString::number(i), -0.8 + 0.01 * i);
     int made = 0;
-    thumbnails.onReady = [&](const QByteArray&, const QImage&) { ++made; };
-    thumbnails.request(many);
-    thumbnails.dropPending();
+    fresh.onReady = [&](const QByteArray&, const QImage&) { ++made; };
+    fresh.request(many);
+    fresh.dropPending();
     QTest::qWait(400);
     EXPECT_LE(made, 1);  // at most the one already being rendered
-    thumbnails.request(many.mid(0, 2));
-    ASSERT_TRUE(waitFor([&] { return thumbnails.cachedCount() == 2; }));
-    thumbnails.request(many.mid(1, 1));
-    EXPECT_EQ(thumbnails.cachedCount(), 1);
-    EXPECT_EQ(BookmarkThumbnails::sizeFor(place(QString())), QSize(144, 108));
+    fresh.request(many.mid(0, 2));
+    ASSERT_TRUE(waitFor([&] { return fresh.cachedCount() == 2; }));
+    fresh.request(many.mid(1, 1));
+    EXPECT_EQ(fresh.cachedCount(), 1);
 }
 
 // A received link is shown at once, then offered under a free name; Cancel keeps the view and
@@ -333,22 +345,6 @@ TEST_F(Bookmarks, LinksCopiedFromTheWindowReadBackAsWhatWasShown) {
     EXPECT_EQ((Viewport{view->xmin, view->xmax, view->ymin, view->ymax}), c().viewport());
     EXPECT_EQ(notices, (QStringList{"Link to “Seahorse” copied to the clipboard",
                                     "Link to this view copied to the clipboard"}));
-}
-
-// A link given at start waits until the window has appeared, then is received once.
-TEST(BookmarksAtStart, APendingLinkIsReceivedOnceTheWindowAppears) {
-    MacViewController window;
-    QStringList questions;
-    window.presentQuestion = [&](const AlertQuestion& q, std::function<void()>) { questions << q.title; };
-    window.pendingIncomingURL = *makeLink(place(QStringLiteral("Start"), -1.5));
-    QCoreApplication::processEvents();
-    EXPECT_EQ(window.viewport(), kHomeView);
-    window.resize(window.minimumSize());
-    window.show();
-    ASSERT_TRUE(waitFor([&] { return !window.pendingIncomingURL; }));
-    EXPECT_EQ(window.viewport().xmin, -1.5);
-    EXPECT_EQ(questions, QStringList{"Add Bookmark?"});
-    ASSERT_TRUE(waitFor([&] { return !window.isRendering() && window.workersIdle(); }));
 }
 
 }  // namespace
