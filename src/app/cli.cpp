@@ -24,6 +24,8 @@
 #include "core/palette.h"
 #include "core/tuning_fields.h"
 #include "library/atomic_file.h"
+#include "library/bookmark.h"
+#include "library/share_link.h"
 #include "library/tuning_json.h"
 
 namespace gs {
@@ -35,11 +37,57 @@ struct Failure {
 
 QString number(double v) { return QString::number(v, 'g', QLocale::FloatingPointShortest); }
 
+// A bookmark file is a few kilobytes; a bigger one (or an endless device) is not one.
+constexpr qint64 kMaxBookmarkFileBytes = 1 << 20;
+
 QByteArray readWholeFile(const QString& path, const QString& what) {
     QFile f(path);
     if (!f.open(QIODevice::ReadOnly))
         throw Failure{QStringLiteral("cannot read %1 '%2': %3").arg(what, path, f.errorString())};
     return f.readAll();
+}
+
+Bookmark readBookmarkFile(const QString& path) {
+    QFile f(path);
+    if (!f.open(QIODevice::ReadOnly))
+        throw Failure{QStringLiteral("cannot read bookmark '%1': %2").arg(path, f.errorString())};
+    const QByteArray bytes = f.read(kMaxBookmarkFileBytes + 1);
+    QString why = QStringLiteral("larger than a bookmark can be");
+    const auto b = bytes.size() > kMaxBookmarkFileBytes ? std::nullopt : decodeBookmark(bytes, &why);
+    if (!b) throw Failure{QStringLiteral("'%1' is not a valid bookmark: %2").arg(path, why)};
+    return *b;
+}
+
+// The bookmark of --link or --bookmark, when one was given.
+std::optional<Bookmark> loadBookmark(const RenderOptions& o) {
+    std::optional<Bookmark> b;
+    if (o.link) {
+        QString why;
+        b = readLink(*o.link, &why);
+        if (!b) throw Failure{QStringLiteral("the link does not hold a bookmark: %1").arg(why)};
+    } else if (!o.bookmarkPath.isEmpty()) {
+        b = readBookmarkFile(o.bookmarkPath);
+    }
+    if (b && !hasExplorableBounds(*b))
+        throw Failure{QStringLiteral("the bookmark's view is too large to compute (at most %1 a side)")
+                          .arg(number(kMaxViewExtent))};
+    return b;
+}
+
+// The options with the bookmark's view and look in place of their own: its table shown at
+// frequency 2 and phase 0 (its repeat and shift are baked in), its shadings, light and tuning.
+RenderOptions showingBookmark(RenderOptions o, const Bookmark& b) {
+    o.view = {b.xmin, b.xmax, b.ymin, b.ymax};
+    o.look.frequency = kBookmarkFrequency;
+    o.look.cycleOffset = kBookmarkCycleOffset;
+    o.look.demEnabled = b.demEnabled;
+    o.look.glowEnabled = b.glowEnabled;
+    o.look.trapsEnabled = b.trapsEnabled;
+    o.look.reliefEnabled = b.reliefEnabled;
+    o.look.reliefLightRawX = b.reliefLightRawX;
+    o.look.reliefLightRawY = b.reliefLightRawY;
+    o.look.tuning = bookmarkTuning(b);
+    return o;
 }
 
 void writeOrFail(const QString& path, const QByteArray& bytes) {
@@ -155,11 +203,13 @@ QString kernelName(KernelKind kernel) {
 
 // The render's time covers everything from the palette to the lit picture; writing the files
 // is reported apart.
-void render(const RenderOptions& o, QTextStream& out, QTextStream& err, bool terminal) {
+void render(const RenderOptions& given, QTextStream& out, QTextStream& err, bool terminal) {
+    const std::optional<Bookmark> bookmark = loadBookmark(given);
+    const RenderOptions o = bookmark ? showingBookmark(given, *bookmark) : given;
     checkMemory(o);
     noteStretching(o, err);
     const auto start = std::chrono::steady_clock::now();
-    Palette palette = loadPalette(o);
+    Palette palette = bookmark ? Palette{bookmark->paletteColors.colors, std::nullopt} : loadPalette(o);
     auto table = std::make_shared<const ColorTable>(std::move(palette.colors));
     const std::int64_t maxIter = o.maxIter ? *o.maxIter : iterationCeiling(o.view);
     const ColourInputs colour = colourInputs(o, table);
@@ -212,6 +262,27 @@ int runRender(const RenderOptions& options, QTextStream& out, QTextStream& err, 
     return 1;
 }
 
+int runLinkCommand(const QStringList& args, QTextStream& out, QTextStream& err) {
+    if (args.size() == 1 && (args[0] == QLatin1String("--help") || args[0] == QLatin1String("-h"))) {
+        out << "Usage: glimmerscape link FILE.json\nPrints the glimmerscape:// share link of a bookmark file.\n";
+        out.flush();
+        return 0;
+    }
+    if (args.size() != 1) {
+        err << "glimmerscape: link: expected one bookmark file (glimmerscape link FILE.json)" << Qt::endl;
+        return 2;
+    }
+    try {
+        const auto link = makeLink(readBookmarkFile(args[0]));
+        if (!link) throw Failure{QStringLiteral("'%1' cannot be carried by a link").arg(args[0])};
+        out << *link << Qt::endl;
+        return 0;
+    } catch (const Failure& f) {
+        err << "glimmerscape: " << f.message << Qt::endl;
+    }
+    return 1;
+}
+
 int runCommandLine(const QStringList& args, QTextStream& out, QTextStream& err, bool errIsTerminal) {
     if (args.isEmpty() || args[0] == QLatin1String("--help") || args[0] == QLatin1String("-h")) {
         out << programUsage();
@@ -222,6 +293,7 @@ int runCommandLine(const QStringList& args, QTextStream& out, QTextStream& err, 
         out << "glimmerscape " << GLIMMERSCAPE_VERSION << Qt::endl;
         return 0;
     }
+    if (args[0] == QLatin1String("link")) return runLinkCommand(args.mid(1), out, err);
     if (args[0] != QLatin1String("render")) {
         err << "glimmerscape: unknown command '" << args[0] << "' (try: glimmerscape --help)" << Qt::endl;
         return 2;

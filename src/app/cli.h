@@ -32,6 +32,10 @@ struct RenderOptions {
     QString dataPath;                     // --data
     KernelKind kernel = KernelKind::simd; // --kernel (auto picks the SIMD dispatcher)
     int threads = 0;                      // --threads; 0: all cores
+    // A bookmark to show instead of view, palette and look: a share link (--link) or a
+    // bookmark file (--bookmark); at most one of the two.
+    std::optional<QString> link;
+    QString bookmarkPath;
     bool help = false;
 };
 
@@ -54,9 +58,17 @@ int runRender(const RenderOptions& options, QTextStream& out, QTextStream& err,
 int runCommandLine(const QStringList& args, QTextStream& out, QTextStream& err,
                    bool errIsTerminal = false);
 
+// `glimmerscape link FILE.json`: prints the share link of a bookmark file. Exit status: 0
+// success, 1 a file that does not read as a bookmark, 2 bad arguments.
+int runLinkCommand(const QStringList& args, QTextStream& out, QTextStream& err);
+
 // Whether the arguments ask for the command line rather than the window: a command first, or
-// --help, -h, --version. Qt's own options (-platform, -style…) open the window.
+// --help, -h, --version. Qt's own options (-platform, -style…) and a share link open the window.
 bool wantsCommandLine(const QStringList& args);
+
+// Whether a program argument is a glimmerscape:// link (the scheme in any case) for the window
+// to open rather than a command.
+bool isShareLinkArgument(const QString& argument);
 
 // Whether Qt can open a window: the platform named by -platform or QT_QPA_PLATFORM needs no
 // display server, or the one it needs (X11 for xcb, Wayland; either by default) is set.

@@ -10,12 +10,12 @@
 #include "app/cli.h"
 #include "core/tuning_fields.h"
 #include "explore/palette_motion.h"
+#include "library/bookmark.h"
 
 namespace gs {
 namespace {
 
 constexpr int kMaxSide = 65535;
-constexpr double kMaxViewExtent = 1e290;
 
 struct ArgError {
     QString message;
@@ -154,16 +154,21 @@ void parseOutput(RenderOptions& o, const QString& path) {
 
 using Apply = void (*)(RenderOptions&, const QString& value);
 
-// One option: its names, the placeholder of its value (empty for a flag), its help line, and
-// what it does to the options.
+// Whether an option may be given together with --link or --bookmark.
+enum class WithBookmark { combines, contradicts };
+
+// One option: its names, the placeholder of its value (empty for a flag), its help line, what
+// it does to the options, and whether a bookmark already decides what it sets.
 struct Option {
     QStringList names;
     QString value;
     QString help;
     Apply apply;
+    WithBookmark withBookmark = WithBookmark::combines;
 };
 
 std::vector<Option> makeOptions() {
+    constexpr WithBookmark contradicts = WithBookmark::contradicts;
     const ExplorerSettings d;
     const auto s = [](const char* text) { return QString::fromUtf8(text); };
     return {
@@ -173,33 +178,33 @@ std::vector<Option> makeOptions() {
          parseOutput},
         {{s("--size")}, s("WxH"), s("picture size in pixels (default 1200x900)"), parseSize},
         {{s("--view")}, s("XMIN,XMAX,YMIN,YMAX"), s("region of the plane (default -2.5,1.5,-1.5,1.5)"),
-         parseView},
+         parseView, contradicts},
         {{s("--julia")}, s("CRE,CIM"), s("the Julia set for parameter c instead (spans -1.6..1.6)"),
          [](RenderOptions& o, const QString& v) {
              const auto c = toDoubles(QStringLiteral("--julia"), v, 2, "CRE,CIM");
              o.julia = std::make_pair(c[0], c[1]);
-         }},
+         }, contradicts},
         {{s("--max-iter")}, s("N"), s("iteration ceiling (default: rises with the zoom)"), parseMaxIter},
         {{s("--palette")}, s("smooth|random|PATH.map"), s("colours (default smooth)"),
          [](RenderOptions& o, const QString& v) {
              if (v.isEmpty()) throw ArgError{QStringLiteral("--palette: expected smooth, random or a .map file")};
              o.palette = v;
-         }},
-        {{s("--seed")}, s("N"), s("reproducible generated palettes"), parseSeed},
+         }, contradicts},
+        {{s("--seed")}, s("N"), s("reproducible generated palettes"), parseSeed, contradicts},
         {{s("--save-palette")}, s("OUT.map"), s("also write the palette used"),
          [](RenderOptions& o, const QString& v) { o.savePalette = v; }},
         {{s("--frequency")}, s("F"), s("palette repeats (default %1)").arg(number(d.frequency)),
          [](RenderOptions& o, const QString& v) {
              o.look.frequency = numberIn(QStringLiteral("--frequency"), v, kMinFrequency, kMaxFrequency);
-         }},
+         }, contradicts},
         {{s("--phase")}, s("P"), s("palette start, a fraction of the cycle (default %1)").arg(number(d.cycleOffset)),
          [](RenderOptions& o, const QString& v) {
              o.look.cycleOffset = wrapCycle(numberIn(QStringLiteral("--phase"), v, 0, 1));
-         }},
-        {{s("--dem")}, {}, s("distance-estimation edges"), [](RenderOptions& o, const QString&) { o.look.demEnabled = true; }},
-        {{s("--glow")}, {}, s("glow"), [](RenderOptions& o, const QString&) { o.look.glowEnabled = true; }},
-        {{s("--traps")}, {}, s("orbit traps"), [](RenderOptions& o, const QString&) { o.look.trapsEnabled = true; }},
-        {{s("--relief")}, {}, s("lit 3D relief"), [](RenderOptions& o, const QString&) { o.look.reliefEnabled = true; }},
+         }, contradicts},
+        {{s("--dem")}, {}, s("distance-estimation edges"), [](RenderOptions& o, const QString&) { o.look.demEnabled = true; }, contradicts},
+        {{s("--glow")}, {}, s("glow"), [](RenderOptions& o, const QString&) { o.look.glowEnabled = true; }, contradicts},
+        {{s("--traps")}, {}, s("orbit traps"), [](RenderOptions& o, const QString&) { o.look.trapsEnabled = true; }, contradicts},
+        {{s("--relief")}, {}, s("lit 3D relief"), [](RenderOptions& o, const QString&) { o.look.reliefEnabled = true; }, contradicts},
         {{s("--light")}, s("RAWX,RAWY"),
          s("relief light position (default %1,%2)").arg(number(d.reliefLightRawX), number(d.reliefLightRawY)),
          [](RenderOptions& o, const QString& v) {
@@ -209,9 +214,14 @@ std::vector<Option> makeOptions() {
                                     .arg(number(-kLightRawLimit), number(kLightRawLimit), v)};
              o.look.reliefLightRawX = l[0];
              o.look.reliefLightRawY = l[1];
-         }},
+         }, contradicts},
         {{s("--tuning")}, s("FILE.json"), s("shading parameters: an object with the fourteen keys below"),
-         [](RenderOptions& o, const QString& v) { o.tuningPath = v; }},
+         [](RenderOptions& o, const QString& v) { o.tuningPath = v; }, contradicts},
+        {{s("--link")}, s("URL"),
+         s("show what a glimmerscape:// share link holds: its view, colours, shadings and light"),
+         [](RenderOptions& o, const QString& v) { o.link = v; }},
+        {{s("--bookmark")}, s("FILE.json"), s("show what a bookmark file holds, as --link does"),
+         [](RenderOptions& o, const QString& v) { o.bookmarkPath = v; }},
         {{s("--data")}, s("OUT.npy"), s("per-pixel nu, distance, trapDistance as float32 (H, W, 3)"),
          [](RenderOptions& o, const QString& v) { o.dataPath = v; }},
         {{s("--kernel")}, s("auto|scalar|simd"), s("iteration kernel (default auto)"), parseKernel},
@@ -231,9 +241,10 @@ const Option* findOption(const QString& name) {
     return nullptr;
 }
 
-// Applies args[i] (and its value, taken from "--name=value" or the next argument); returns the
-// index of the last argument used.
-qsizetype applyArgument(RenderOptions& o, const QStringList& args, qsizetype i) {
+// Applies args[i] (and its value, taken from "--name=value" or the next argument), noting the
+// option in `used`; returns the index of the last argument used.
+qsizetype applyArgument(RenderOptions& o, const QStringList& args, qsizetype i,
+                        std::vector<const Option*>& used) {
     QString name = args[i];
     std::optional<QString> value;
     if (const qsizetype eq = name.indexOf(QLatin1Char('=')); name.startsWith(QLatin1String("--")) && eq > 0) {
@@ -246,6 +257,7 @@ qsizetype applyArgument(RenderOptions& o, const QStringList& args, qsizetype i) 
             throw ArgError{QStringLiteral("unexpected argument '%1'").arg(name)};
         throw ArgError{QStringLiteral("unknown option '%1'").arg(name)};
     }
+    used.push_back(option);
     if (option->value.isEmpty()) {
         if (value) throw ArgError{QStringLiteral("%1: takes no value").arg(name)};
         option->apply(o, {});
@@ -259,12 +271,27 @@ qsizetype applyArgument(RenderOptions& o, const QStringList& args, qsizetype i) 
     return i;
 }
 
+// A bookmark holds its own view, colours, shadings, light and tuning: options that would set
+// them too are refused rather than silently overridden.
+void checkBookmarkOptions(const RenderOptions& o, const std::vector<const Option*>& used) {
+    if (o.link && !o.bookmarkPath.isEmpty())
+        throw ArgError{QStringLiteral("--link and --bookmark cannot be used together")};
+    const QString source = o.link ? QStringLiteral("--link") : QStringLiteral("--bookmark");
+    if (!o.link && o.bookmarkPath.isEmpty()) return;
+    for (const Option* option : used)
+        if (option->withBookmark == WithBookmark::contradicts)
+            throw ArgError{QStringLiteral("%1 cannot be used with %2: the bookmark sets it")
+                               .arg(option->names.last(), source)};
+}
+
 }  // namespace
 
 std::variant<RenderOptions, QString> parseRenderArguments(const QStringList& args) {
     RenderOptions o;
     try {
-        for (qsizetype i = 0; i < args.size(); ++i) i = applyArgument(o, args, i);
+        std::vector<const Option*> used;
+        for (qsizetype i = 0; i < args.size(); ++i) i = applyArgument(o, args, i, used);
+        checkBookmarkOptions(o, used);
     } catch (const ArgError& e) {
         return e.message;
     }
@@ -293,7 +320,9 @@ QString renderUsage() {
 QString programUsage() {
     return QStringLiteral(
         "Usage: glimmerscape [Qt options]               opens the explorer window\n"
+        "       glimmerscape glimmerscape://bookmark?…   opens a share link in the window\n"
         "       glimmerscape render [options] -o OUT    makes a picture without a display\n"
+        "       glimmerscape link FILE.json             prints the share link of a bookmark file\n"
         "       glimmerscape --version                  prints the version\n\n"
         "glimmerscape render --help lists the render options.\n");
 }
@@ -301,8 +330,13 @@ QString programUsage() {
 bool wantsCommandLine(const QStringList& args) {
     if (args.isEmpty()) return false;
     const QString& first = args.first();
+    if (isShareLinkArgument(first)) return false;
     return !first.startsWith(QLatin1Char('-')) || first == QLatin1String("--help") ||
            first == QLatin1String("-h") || first == QLatin1String("--version");
+}
+
+bool isShareLinkArgument(const QString& argument) {
+    return argument.trimmed().startsWith(QLatin1String("glimmerscape:"), Qt::CaseInsensitive);
 }
 
 bool windowSystemAvailable(const QStringList& args, const QProcessEnvironment& env) {

@@ -7,6 +7,7 @@
 #include <cmath>
 
 #include "core/fatal.h"
+#include "core/tuning_fields.h"
 #include "json_text.h"
 #include "tuning_json.h"
 
@@ -102,6 +103,14 @@ bool hasDrawableBounds(const Bookmark& b) {
     const bool finite = std::isfinite(b.xmin) && std::isfinite(b.xmax) && std::isfinite(b.ymin) &&
                         std::isfinite(b.ymax);
     return finite && b.xmin < b.xmax && b.ymin < b.ymax && std::isfinite(4.0 / (b.xmax - b.xmin));
+}
+
+bool hasExplorableBounds(const Bookmark& b) {
+    return hasDrawableBounds(b) && b.xmax - b.xmin <= kMaxViewExtent && b.ymax - b.ymin <= kMaxViewExtent;
+}
+
+ShadingTuning bookmarkTuning(const Bookmark& b) {
+    return b.tuning && tuningKeepsColorsFinite(*b.tuning) ? *b.tuning : ShadingTuning{};
 }
 
 QByteArray encodeBookmark(const Bookmark& b) {

@@ -45,12 +45,29 @@ struct Bookmark {
     friend bool operator==(const Bookmark&, const Bookmark&) = default;
 };
 
+// A bookmark's table is shown at this frequency and cycle offset: its own repeat and shift are
+// baked into the table.
+inline constexpr double kBookmarkFrequency = 2.0;
+inline constexpr double kBookmarkCycleOffset = 0.0;
+
 // 4 / (xmax - xmin), or 1 when that width is not a finite, positive, normal number.
 double bookmarkZoomFactor(const Bookmark& b);
 
 // Whether the four edges make a view the explorer can draw: all finite, xmin < xmax,
 // ymin < ymax, and the zoom level 4 / width finite. Records that fail are refused on reading.
 bool hasDrawableBounds(const Bookmark& b);
+
+// The widest view the explorer computes, in either direction: wider ones would overflow the
+// shadings' pixel-size arithmetic.
+inline constexpr double kMaxViewExtent = 1e290;
+
+// Drawable bounds that are also at most kMaxViewExtent wide and tall: what the window and the
+// command line agree to show. Records from outside that fail are ignored there.
+bool hasExplorableBounds(const Bookmark& b);
+
+// The tuning a bookmark is shown with: its own when it keeps every colour a number
+// (tuningKeepsColorsFinite), else the defaults, as when it has none.
+ShadingTuning bookmarkTuning(const Bookmark& b);
 
 // The JSON object (keys in field order; "tuning" left out when absent). Empty when a number is
 // not finite.

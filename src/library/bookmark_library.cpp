@@ -6,6 +6,7 @@
 #include <algorithm>
 
 #include "atomic_file.h"
+#include "bookmark_texts.h"
 #include "names.h"
 
 namespace gs {
@@ -17,6 +18,19 @@ std::optional<QByteArray> readFile(const QString& path) {
     QFile file(path);
     if (!file.open(QIODevice::ReadOnly)) return std::nullopt;
     return file.readAll();
+}
+
+// A file that is there but does not read as bookmarks is copied to "<file>.damaged" before it
+// is replaced, so that a hand edit gone wrong or a half-copied file can still be mended. Only
+// the newest such copy is kept. False when the file cannot be read or its copy not written:
+// then it must not be replaced either.
+bool keepDamagedFile(const QString& path) {
+    QFile file(path);
+    if (!file.exists()) return true;
+    if (!file.open(QIODevice::ReadOnly)) return false;
+    const QByteArray bytes = file.readAll();
+    if (bytes.trimmed().isEmpty() || decodeBookmarks(bytes)) return true;
+    return writeFileAtomically(path + QStringLiteral(".damaged"), bytes);
 }
 
 bool hasName(const QList<Bookmark>& bookmarks, const QString& name) {
@@ -52,7 +66,8 @@ QList<Bookmark> BookmarkLibrary::loadUserBookmarks() const {
 
 bool BookmarkLibrary::saveUserBookmarks(const QList<Bookmark>& bookmarks) const {
     const QByteArray json = encodeBookmarks(bookmarks);
-    return !json.isEmpty() && writeFileAtomically(fileURL(), json);
+    const QString path = fileURL();
+    return !json.isEmpty() && keepDamagedFile(path) && writeFileAtomically(path, json);
 }
 
 QString BookmarkLibrary::uniqueName(const QString& proposed) const {
@@ -94,6 +109,13 @@ bool BookmarkLibrary::remove(const QString& name) const {
 void sortBookmarksByName(QList<Bookmark>& bookmarks) {
     std::stable_sort(bookmarks.begin(), bookmarks.end(),
                      [](const Bookmark& a, const Bookmark& b) { return localizedStandardLess(a.name, b.name); });
+}
+
+QList<BookmarkSection> bookmarkSections(const QList<Bookmark>& mine, const QList<Bookmark>& builtIn) {
+    QList<BookmarkSection> sections;
+    if (!mine.isEmpty()) sections.append({bookmark_texts::kMineSection, mine});
+    sections.append({bookmark_texts::kBuiltInSection, builtIn});
+    return sections;
 }
 
 QList<Bookmark> loadBuiltInBookmarks(const QString& folder) {

@@ -30,6 +30,7 @@ public:
     // file, or one with a single bad record, reads as no bookmarks.
     QList<Bookmark> loadUserBookmarks() const;
     // Replaces the file atomically; false when it could not be written (the old file stays).
+    // A file there that does not decode is first copied to "Bookmarks.json.damaged".
     bool saveUserBookmarks(const QList<Bookmark>& bookmarks) const;
 
     // `proposed` when no user bookmark has it, else the first free "proposed (n)", n from 1.
@@ -49,6 +50,15 @@ private:
 
 // Sorts in place by name, in the order a file browser uses.
 void sortBookmarksByName(QList<Bookmark>& bookmarks);
+
+// One titled section of the bookmarks browser.
+struct BookmarkSection {
+    QString title;
+    QList<Bookmark> bookmarks;
+};
+
+// "Mine" with the user's bookmarks when there are any, then always "Built-in".
+QList<BookmarkSection> bookmarkSections(const QList<Bookmark>& mine, const QList<Bookmark>& builtIn);
 
 // The bookmarks of the ".json" files in folder, sorted by name; files that do not decode are
 // left out.

@@ -37,6 +37,7 @@ MacViewController::MacViewController(QWidget* parent, std::unique_ptr<AudioInput
     buildSoundAnalyzer(std::move(soundInput));
     connectViewCallbacks();
     loadPreferences();
+    setUpBookmarks();
     restoreWindowPlace();
     regenerate();  // the first picture gets a fresh smooth palette
     refreshControls();
@@ -123,6 +124,8 @@ void MacViewController::showContextMenu(const QPoint& globalPos) {
     menu->setAttribute(Qt::WA_DeleteOnClose);
     menu->addAction(tr("Reset View"), this, &MacViewController::resetViewAction);
     menu->addAction(tr("Reset All"), this, &MacViewController::resetAllAction);
+    menu->addSeparator();
+    menu->addAction(tr("Copy Link"), this, &MacViewController::copyLinkToCurrentView);
     menu->popup(globalPos);
 }
 

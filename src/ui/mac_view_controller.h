@@ -12,6 +12,7 @@
 #pragma once
 
 #include <QByteArray>
+#include <QList>
 #include <QPointer>
 #include <QSize>
 #include <QThreadPool>
@@ -32,9 +33,11 @@
 #include "explore/selection.h"
 #include "explore/tuning_slider.h"
 #include "explore/zoom_history.h"
+#include "library/bookmark.h"
 #include "sound/audio_input.h"
 #include "sound/sound_input_menu.h"
 #include "sound/sound_mapping.h"
+#include "ui/alerts.h"
 
 class QAction;
 class QCloseEvent;
@@ -42,16 +45,19 @@ class QShowEvent;
 class QDialog;
 class QLabel;
 class QMenu;
+class QLayout;
 class QTimer;
 
 namespace gs {
 
 class AdvancedModeTag;
+class BookmarksBrowser;
 class BracketActionControl;
 class BracketToggleControl;
 class HUDStatView;
 class JuliaView;
 class MandelbrotView;
+class NoticeView;
 class PictureFrame;
 class PreferencesStore;
 class Sidebar;
@@ -178,6 +184,48 @@ public:
     QStringList offeredEscapeCommands() const;
     // What Escape does: runs the first offered command; false when none is offered.
     bool handleEscape();
+
+    // --- Bookmarks and share links (mac_view_controller_bookmarks.cpp) ---
+    // Asks for a name, then keeps what is on screen as a bookmark of the user's.
+    void saveCurrentLocation();
+    void duplicateBookmark(const Bookmark& bookmark);  // asks for the copy's name
+    void renameBookmark(const Bookmark& bookmark);     // a user bookmark; asks for the new name
+    void deleteBookmark(const Bookmark& bookmark);     // a user bookmark; asks first
+    // Shows everything the bookmark holds, as a new view (Back returns), in one render; stops
+    // AUTO and ANIMATE.
+    void applyBookmark(const Bookmark& bookmark);
+    // Copies the bookmark's link to the clipboard and says so.
+    void shareBookmark(const Bookmark& bookmark);
+    // Copies a link of what is on screen, named "Bookmark".
+    void copyLinkToCurrentView();
+    // Opens a link from the clipboard as a received one; anything else is ignored.
+    void openLinkFromClipboard();
+    // A link handed to the program: shown at once, then offered for keeping. One that does not
+    // read is ignored.
+    void receiveIncomingURL(const QString& link);
+    // A link given at start waits here until the window has appeared.
+    std::optional<QString> pendingIncomingURL;
+    // Reloads the user's and the built-in bookmarks, then the browser and the status labels.
+    void refreshBookmarkCaches();
+    const QList<Bookmark>& userBookmarksCache() const { return userBookmarksCache_; }
+    const QList<Bookmark>& builtInBookmarksCache() const { return builtInBookmarksCache_; }
+    // What is on screen as a bookmark of that name, the colour table baked as shown; nothing when
+    // the table does not bake to 256 colours.
+    std::optional<Bookmark> currentLocationBookmark(const QString& name) const;
+    void showBookmarksBrowser();
+    void hideBookmarksBrowser();
+    void hideBookmarksExplanationsOverlay();
+    BookmarksBrowser* bookmarksBrowser() const { return bookmarksBrowser_; }
+    // The sidebar's two lines: the bookmark's name (or "Unsaved Location") and the zoom.
+    QString bookmarkStatusText() const;
+    // The online library of bookmarks, over the window. Defined with that screen; weak, so that
+    // the window links (and leaves its "Online Library…" action inert) without it.
+    [[gnu::weak]] void showOnlineBookmarkLibrary();
+    // How titled alerts, name fields and brief notes are shown; tests replace them.
+    std::function<void(const AlertQuestion&, std::function<void()> onAccept)> presentQuestion;
+    std::function<void(const TextPrompt&, std::function<void(const QString&)> onAccept)> presentTextPrompt;
+    std::function<void(const QString& title, const QString& message)> presentTitledAlert;
+    std::function<void(const QString& text)> presentNotice;
 
     // --- Render pipeline ---
     void render();
@@ -337,6 +385,20 @@ private:
     // History (mac_view_controller_history.cpp).
     void applyHistoryMove(const HistoryMove& move);
 
+    // Bookmarks (mac_view_controller_bookmarks.cpp).
+    QLayout* buildBookmarkStatus(QWidget* sidebar);
+    void setUpBookmarks();
+    void installBookmarkPresenters();
+    void saveCurrentLocationNamed(const QString& text);
+    void duplicateBookmarkNamed(const Bookmark& original, const QString& text);
+    void renameBookmarkTo(const Bookmark& bookmark, const QString& text);
+    void showBookmarkLook(const Bookmark& bookmark);
+    void offerReceivedBookmark(Bookmark bookmark);
+    void copyLink(const Bookmark& bookmark, const QString& notice);
+    void receivePendingURL();
+    void refreshBookmarkLabels();
+    void toggleBookmarksBrowser();
+
     // --- Exploration state ---
     ZoomHistory history_;
     std::optional<QString> currentBookmarkName_;
@@ -385,6 +447,15 @@ private:
     AdvancedModeTag* modeTag_ = nullptr;
     bool tuningRelightPending_ = false;
     bool tuningTracePending_ = false;
+
+    // --- Bookmarks ---
+    QList<Bookmark> userBookmarksCache_;
+    QList<Bookmark> builtInBookmarksCache_;
+    BookmarksBrowser* bookmarksBrowser_ = nullptr;
+    QLabel* bookmarkStatus_ = nullptr;  // the sidebar's two lines: the name, then the zoom
+    QLabel* bookmarkZoom_ = nullptr;
+    BracketActionControl* bookmarksControl_ = nullptr;
+    NoticeView* notice_ = nullptr;
 
     // --- Render state ---
     std::int64_t renderGeneration_ = 0;

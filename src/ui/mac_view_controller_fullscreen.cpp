@@ -10,6 +10,7 @@
 #include <QVBoxLayout>
 
 #include "explore/auto_explore.h"
+#include "library/bookmark_texts.h"
 #include "ui/bracket_controls.h"
 #include "ui/dissolve_overlay.h"
 #include "ui/hud_stat_view.h"
@@ -82,10 +83,7 @@ QWidget* MacViewController::buildFullScreenChrome() {
 }
 
 QString MacViewController::fullScreenStatusLine() const {
-    const QString name = currentBookmarkName_.value_or(QString());
-    return QStringLiteral("CURRENTLY VIEWING: %1  (%2)")
-        .arg(name.isEmpty() ? tr("Unsaved Location") : name,
-             QString::fromStdString(zoomText(zoomLevel(history_.current()))));
+    return bookmark_texts::fullScreenStatus(currentBookmarkName_, zoomLevel(history_.current()));
 }
 
 // The copy carries the windowed toggle's label and command; refreshControls keeps its state.

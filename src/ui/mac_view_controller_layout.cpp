@@ -121,8 +121,13 @@ Sidebar* MacViewController::buildSidebar() {
     add(trapsToggle_ = new BracketToggleControl(tr("Traps"), sidebar));
     add(reliefToggle_ = new BracketToggleControl(tr("Relief"), sidebar));
     column->addWidget(sectionTitle(tr("View"), sidebar));
-    add(resetViewControl_ = new BracketActionControl(tr("Reset View"), sidebar));
-    add(resetAllControl_ = new BracketActionControl(tr("Reset All"), sidebar));
+    column->addLayout(buildBookmarkStatus(sidebar));
+    auto* resets = new QHBoxLayout;  // side by side: the sidebar's height is scarce
+    resets->setSpacing(0);
+    resets->addWidget(resetViewControl_ = new BracketActionControl(tr("Reset View"), sidebar));
+    resets->addWidget(resetAllControl_ = new BracketActionControl(tr("Reset All"), sidebar));
+    resets->addStretch(1);
+    column->addLayout(resets);
     column->addStretch(1);
     sidebar->setThumbnail(juliaView_ = new JuliaView(sidebar));
     return sidebar;
@@ -266,6 +271,7 @@ void MacViewController::refreshControls() {
     refreshSoundControls();
     refreshHistoryControls();
     refreshTuningControls();
+    refreshBookmarkLabels();
 }
 
 void MacViewController::refreshHistoryControls() {

@@ -55,6 +55,7 @@ void MacViewController::rememberWindowPlace() {
 
 void MacViewController::showEvent(QShowEvent* event) {
     QWidget::showEvent(event);
+    QTimer::singleShot(0, this, [this] { receivePendingURL(); });  // once the window is up
     if (placeRestored_ || !isWindow()) return;
     placeRestored_ = true;
     if (preferences_->windowFullScreen())

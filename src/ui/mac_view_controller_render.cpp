@@ -38,6 +38,7 @@ ColourInputs MacViewController::colourInputs(const ShadingTuning& tuning) const 
 }
 
 void MacViewController::render() {
+    refreshBookmarkLabels();  // the name and zoom of the view being drawn
     MandelbrotView* view = fractalView_;
     const int w = view->bufferWidth(), h = view->bufferHeight();
     if (w < 1 || h < 1) return;

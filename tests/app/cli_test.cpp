@@ -13,6 +13,7 @@
 #include "app/progress.h"
 #include "core/mapfile.h"
 #include "core/tuning_fields.h"
+#include "library/share_link.h"
 
 namespace gs {
 namespace {
@@ -97,7 +98,15 @@ INSTANTIATE_TEST_SUITE_P(
         BadArgs{"kernel", {"--kernel", "gpu", "-o", kOut}, "--kernel: expected auto, scalar or simd, got 'gpu'"},
         BadArgs{"threads", {"--threads", "0", "-o", kOut},
                 "--threads: expected a whole number from 1 to 1024, got '0'"},
-        BadArgs{"julia", {"--julia", "0.3", "-o", kOut}, "--julia: expected CRE,CIM (finite numbers), got '0.3'"}),
+        BadArgs{"julia", {"--julia", "0.3", "-o", kOut}, "--julia: expected CRE,CIM (finite numbers), got '0.3'"},
+        BadArgs{"link_and_view", {"--view", "-1,1,-1,1", "--link", "glimmerscape://x", "-o", kOut},
+                "--view cannot be used with --link: the bookmark sets it"},
+        BadArgs{"bookmark_and_flag", {"--bookmark", "b.json", "--relief", "-o", kOut},
+                "--relief cannot be used with --bookmark: the bookmark sets it"},
+        BadArgs{"bookmark_and_seed", {"-o", kOut, "--seed=4", "--bookmark=b.json"},
+                "--seed cannot be used with --bookmark: the bookmark sets it"},
+        BadArgs{"link_and_bookmark", {"--link", "glimmerscape://x", "--bookmark", "b.json", "-o", kOut},
+                "--link and --bookmark cannot be used together"}),
     [](const auto& info) { return std::string(info.param.name); });
 
 TEST_F(CliTest, ExplainsItselfWithoutADisplay) {
@@ -116,7 +125,9 @@ TEST_F(CliTest, ExplainsItselfWithoutADisplay) {
 TEST(CliStartup, ChoosesTheWindowOnlyWhereOneCanOpen) {
     EXPECT_FALSE(wantsCommandLine({}));
     EXPECT_FALSE(wantsCommandLine({"-platform", "offscreen"}));
-    for (const char* first : {"render", "--help", "-h", "--version", "paint"}) EXPECT_TRUE(wantsCommandLine({first}));
+    for (const char* first : {"render", "--help", "-h", "--version", "paint", "link"}) EXPECT_TRUE(wantsCommandLine({first}));
+    for (const char* link : {"glimmerscape://bookmark?v=1", "GlimmerScape://bookmark", " glimmerscape:x"})
+        EXPECT_FALSE(wantsCommandLine({link})) << link;
     const std::tuple<QStringList, QStringList, bool> cases[] = {  // arguments, environment, can open
         {{}, {}, false},
         {{}, {"DISPLAY=:0"}, true},
@@ -262,6 +273,80 @@ TEST_F(CliTest, RendersAJuliaSet) {
     // c = 0: the unit disc is interior (black) in a picture spanning -1.6..1.6.
     EXPECT_EQ(image.pixelColor(32, 32), QColor(0, 0, 0));
     EXPECT_NE(image.pixelColor(1, 1), QColor(0, 0, 0));
+}
+
+// A bookmark renders exactly as the same view, colours and look given option by option: its
+// table at frequency 2 and phase 0, its shadings, light and tuning. A link carries no tuning.
+class CliBookmark : public CliTest {
+protected:
+    Bookmark bookmark;
+    ColorTable colours;
+
+    CliBookmark() {
+        for (int i = 0; i < 256; ++i)
+            colours.push_back({i / 255.0, ((i * 7) % 256) / 255.0, (255 - i) / 255.0});
+        bookmark = {QStringLiteral("Seahorse"), -0.76, -0.72, 0.1, 0.13, {colours}, true, true, 0.3, -0.2,
+                    true, false, true, ShadingTuning{}};
+        bookmark.tuning->glowRadius = 2.5;
+        writeText(path("b.json"), encodeBookmark(bookmark));
+        writeText(path("p.map"), QByteArray::fromStdString(writeMap(colours)));
+        writeText(path("t.json"), R"({"curve":1,"demThickness":0,"demSoftness":2,"glowStrength":0.9,"glowRadius":2.5,)"
+                                  R"("glowDim":0.8,"glowTint":0,"trapReach":0.4,"trapSharpness":0.45,"trapGlint":0.35,)"
+                                  R"("reliefHeight":1,"reliefShadow":0,"reliefShine":1,"reliefEdgeCalm":0.6})");
+    }
+    // The same picture asked for option by option.
+    QByteArray explicitRender(const char* name, const QStringList& extra) {
+        const QStringList args = {"render", "--size", "60x45", "--view", "-0.76,-0.72,0.1,0.13", "--palette",
+                                  path("p.map"), "--frequency", "2", "--dem", "--relief", "--glow",
+                                  "--light", "0.3,-0.2", "-o", path(name)};
+        EXPECT_EQ(run(args + extra).status, 0);
+        return readAll(path(name));
+    }
+};
+
+TEST_F(CliBookmark, RendersTheFileAndItsLinkAsTheSameOptionsWould) {
+    const CliRun fromFile = run({"render", "--bookmark", path("b.json"), "--size", "60x45", "--kernel", "scalar",
+                                 "--threads", "1", "-o", path("file.png"), "--data", path("file.npy")});
+    ASSERT_EQ(fromFile.status, 0) << fromFile.err.toStdString();
+    EXPECT_EQ(readAll(path("file.png")), explicitRender("same.png", {"--tuning", path("t.json")}));
+    EXPECT_TRUE(QFile::exists(path("file.npy")));
+
+    const CliRun printed = run({"link", path("b.json")});
+    ASSERT_EQ(printed.status, 0) << printed.err.toStdString();
+    EXPECT_EQ(printed.out, *makeLink(bookmark) + QLatin1Char('\n'));
+    const CliRun fromLink = run({"render", "--link", printed.out.trimmed(), "--size", "60x45", "-o", path("link.png")});
+    ASSERT_EQ(fromLink.status, 0) << fromLink.err.toStdString();
+    EXPECT_EQ(readAll(path("link.png")), explicitRender("untuned.png", {}));
+}
+
+TEST_F(CliBookmark, ALinkOrFileThatDoesNotReadFailsWithOneLineSayingWhy) {
+    writeText(path("short.json"), encodeBookmark(bookmark).replace("\"xmin\"", "\"xmim\""));
+    bookmark.xmax = 1e300;
+    writeText(path("huge.json"), encodeBookmark(bookmark));
+    const QString out = path("never.png");
+    const std::pair<QStringList, QString> cases[] = {
+        {{"render", "--link", "glimmerscape://bookmark?v=2", "-o", out},
+         "glimmerscape: the link does not hold a bookmark: "},
+        {{"render", "--bookmark", path("short.json"), "-o", out},
+         QStringLiteral("glimmerscape: '%1' is not a valid bookmark: missing key \"xmin\"\n").arg(path("short.json"))},
+        {{"render", "--bookmark", path("missing.json"), "-o", out},
+         QStringLiteral("glimmerscape: cannot read bookmark '%1': ").arg(path("missing.json"))},
+        {{"render", "--bookmark", path("huge.json"), "-o", out},
+         "glimmerscape: the bookmark's view is too large to compute (at most 1e+290 a side)\n"},
+        {{"render", "--bookmark", "/dev/zero", "-o", out},
+         "glimmerscape: '/dev/zero' is not a valid bookmark: larger than a bookmark can be\n"},
+        {{"link", path("short.json")}, QStringLiteral("glimmerscape: '%1' is not a valid bookmark: ").arg(path("short.json"))},
+    };
+    for (const auto& [args, prefix] : cases) {
+        const CliRun r = run(args);
+        EXPECT_EQ(r.status, 1) << args.join(' ').toStdString();
+        EXPECT_TRUE(r.err.startsWith(prefix)) << r.err.toStdString();
+        EXPECT_EQ(r.err.count(QLatin1Char('\n')), 1) << r.err.toStdString();
+        EXPECT_TRUE(r.out.isEmpty());
+    }
+    EXPECT_FALSE(QFile::exists(out));
+    EXPECT_EQ(run({"link"}).status, 2);
+    EXPECT_EQ(run({"link", "a.json", "b.json"}).status, 2);
 }
 
 }  // namespace

@@ -59,6 +59,26 @@ TEST_F(Library, AMissingOrDamagedFileReadsAsNoBookmarks) {
     EXPECT_EQ(library().loadUserBookmarks().size(), 1);
 }
 
+// Only the newest unreadable file is kept beside the store; a readable one or an empty one is
+// replaced without a copy.
+TEST_F(Library, AFileThatDoesNotDecodeIsKeptBesideItBeforeItIsReplaced) {
+    const QString damaged = path() + QStringLiteral(".damaged");
+    test::writeAll(path(), "[{\"name\": \"hand-edited\",");
+    ASSERT_TRUE(library().add(test::sampleBookmark(QStringLiteral("One"))));
+    EXPECT_EQ(test::readAll(damaged), QByteArray("[{\"name\": \"hand-edited\","));
+    ASSERT_TRUE(library().add(test::sampleBookmark(QStringLiteral("Two"))));
+    EXPECT_EQ(test::readAll(damaged), QByteArray("[{\"name\": \"hand-edited\","));
+    test::writeAll(path(), "not json");
+    ASSERT_TRUE(library().remove(QStringLiteral("One")));
+    EXPECT_EQ(test::readAll(damaged), QByteArray("not json"));
+    EXPECT_TRUE(library().loadUserBookmarks().isEmpty());
+
+    QFile::remove(damaged);
+    test::writeAll(path(), " \n");
+    ASSERT_TRUE(library().add(test::sampleBookmark()));
+    EXPECT_FALSE(QFile::exists(damaged));
+}
+
 TEST_F(Library, DuplicateAndRenameTellAClashApartFromAStoredChange) {
     store({QStringLiteral("A"), QStringLiteral("B")});
     const QByteArray before = test::readAll(path());

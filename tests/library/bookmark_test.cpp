@@ -87,5 +87,20 @@ TEST(Bookmark, ZoomFactorIsFourOverAUsableWidthElseOne) {
     }
 }
 
+TEST(Bookmark, ExplorableBoundsStopWhereThePixelSizeWouldOverflow) {
+    Bookmark b = test::sampleBookmark();
+    EXPECT_TRUE(hasExplorableBounds(b));
+    b.xmin = -5e289;
+    b.xmax = 5e289;
+    EXPECT_TRUE(hasExplorableBounds(b));
+    b.xmax = 6e289;
+    EXPECT_FALSE(hasExplorableBounds(b));
+    b = test::sampleBookmark();
+    b.ymin = -1e300;
+    EXPECT_FALSE(hasExplorableBounds(b));
+    b.ymin = b.ymax;
+    EXPECT_FALSE(hasExplorableBounds(b));
+}
+
 }  // namespace
 }  // namespace gs

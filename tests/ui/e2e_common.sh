@@ -3,7 +3,8 @@
 # Expects $program; defines $work, $app_pid, fail, start_program, wait_for_picture, field, pixel,
 # shoot.
 # A script may define e2e_before_start (run just before the program starts, with HOME and the
-# XDG variables set) and e2e_cleanup (run on exit, before the display and $work go).
+# XDG variables set) and e2e_cleanup (run on exit, before the display and $work go), and set
+# e2e_defer_start=1 to call start_program itself (with the program's arguments).
 
 command -v Xvfb >/dev/null || { echo "SKIP: Xvfb is not installed"; exit 77; }
 for tool in xdotool import convert; do
@@ -34,12 +35,13 @@ xdotool getdisplaygeometry >/dev/null 2>&1 || fail "no display on $DISPLAY"
 export HOME=$work XDG_CONFIG_HOME=$work/config XDG_DATA_HOME=$work/data
 export XDG_RUNTIME_DIR=$work/run && mkdir -m 700 "$XDG_RUNTIME_DIR"
 declare -F e2e_before_start >/dev/null && e2e_before_start
-# Starts the program with its trace on (again, after it quit: the output starts afresh).
+# Starts the program with its trace on, with the arguments given (again, after it quit: the
+# output starts afresh).
 start_program() {
-    GLIMMERSCAPE_TRACE=1 "$program" >"$work/out" 2>"$work/err" &
+    GLIMMERSCAPE_TRACE=1 "$program" "$@" >"$work/out" 2>"$work/err" &
     app_pid=$!
 }
-start_program
+[ -n "${e2e_defer_start:-}" ] || start_program
 
 # Waits until the program has printed `count` complete pictures; prints the last such line.
 wait_for_picture() {
