@@ -1,16 +1,13 @@
-#include "https_test_server.h"
+#include "support/https_test_server.h"
 
 #include <gtest/gtest.h>
 
 #include <QCoreApplication>
-#include <QElapsedTimer>
-#include <QEventLoop>
 #include <QFile>
 #include <QNetworkAccessManager>
 #include <QProcess>
 #include <QSslKey>
 #include <QSslSocket>
-#include <QTimer>
 
 #include "library/library_fetch.h"
 
@@ -32,19 +29,6 @@ void ensureApplication() {
     static char name[] = "library_tests";
     static char* argv[] = {name, nullptr};
     if (!QCoreApplication::instance()) new QCoreApplication(argc, argv);
-}
-
-bool waitFor(const std::function<bool()>& pred, int ms) {
-    QElapsedTimer clock;
-    clock.start();
-    QEventLoop loop;
-    QTimer tick;
-    QObject::connect(&tick, &QTimer::timeout, &loop, [&] {
-        if (pred() || clock.elapsed() > ms) loop.quit();
-    });
-    tick.start(5);
-    if (!pred()) loop.exec();
-    return pred();
 }
 
 HttpsTestServer::HttpsTestServer() {
