@@ -8,6 +8,7 @@
 #include <QProcess>
 #include <QSslKey>
 #include <QSslSocket>
+#include <cstdlib>
 
 #include "library/library_fetch.h"
 
@@ -28,7 +29,11 @@ void ensureApplication() {
     static int argc = 1;
     static char name[] = "library_tests";
     static char* argv[] = {name, nullptr};
-    if (!QCoreApplication::instance()) new QCoreApplication(argc, argv);
+    if (QCoreApplication::instance()) return;
+    new QCoreApplication(argc, argv);
+    // Deleting the application deletes the network with it, which ends the network's own
+    // thread; left to the end of the process, that thread races the static destructors.
+    std::atexit([] { delete QCoreApplication::instance(); });
 }
 
 HttpsTestServer::HttpsTestServer() {
