@@ -31,8 +31,10 @@
 #include "explore/palette_motion.h"
 #include "explore/selection.h"
 #include "explore/zoom_history.h"
+#include "library/palette_library.h"
 #include "sound/audio_input.h"
 #include "sound/sound_mapping.h"
+#include "ui/alerts.h"
 
 class QAction;
 class QCloseEvent;
@@ -45,9 +47,11 @@ namespace gs {
 
 class BracketActionControl;
 class BracketToggleControl;
+class BrowserPanel;
 class HUDStatView;
 class JuliaView;
 class MandelbrotView;
+class NoticeOverlay;
 class PictureFrame;
 class PreferencesStore;
 class Sidebar;
@@ -139,6 +143,38 @@ public:
     // The snapshot fading out over a new auto-explore picture in full screen, if any.
     QWidget* autoDissolveOverlay() const { return autoDissolveOverlay_; }
 
+    // --- Palettes (mac_view_controller_palettes.cpp) ---
+    // The palette browser: a drawer over the picture (the sidebar's "Palettes…", Ctrl+P).
+    void showPaletteBrowser();
+    void hidePaletteBrowser();
+    void togglePaletteBrowser();
+    void hidePaletteExplanationsOverlay();
+    BrowserPanel* paletteBrowser() const { return paletteBrowser_; }
+    // Colours the picture with a saved palette: auto-explore ends; the mode becomes smooth, the
+    // frequency 2 and the phase 0; it becomes the current palette and the bookmark name is
+    // cleared. The browser stays open, so palettes can be flipped through.
+    void applyPalette(const SavedPalette& palette);
+    // Asks for a name and saves the colour table as it is (a palette of that name is replaced).
+    void saveCurrentPalette();
+    void duplicatePalette(const SavedPalette& palette);
+    void renamePalette(const SavedPalette& palette);  // user palettes only
+    void deletePalette(const SavedPalette& palette);  // user palettes only, after asking
+    // Puts the palette's file on the clipboard, as a file and as its path, and says so.
+    void sharePalette(const SavedPalette& palette);
+    // The file dialog; the files chosen go to importPaletteFiles.
+    void importLocalPalettes();
+    // Imports ".map" files (asking first when there are more than 200) and reports how it went.
+    void importPaletteFiles(const QStringList& paths);
+    // Reloads the user's and the built-in palettes, and the browser.
+    void refreshPaletteCaches();
+    const QList<SavedPalette>& userPalettesCache() const { return userPalettesCache_; }
+    const QList<SavedPalette>& builtInPalettesCache() const { return builtInPalettesCache_; }
+    // The online libraries: each opens its screen over the window; when it closes having
+    // imported something, the lists of what it imported are reloaded.
+    void showOnlinePaletteLibrary();
+    void showOnlineBookmarkLibrary();
+    void refreshBookmarkCaches();
+
     // --- Escape ---
     // Escape closes the topmost open panel or overlay, or leaves full screen. Each closing is a
     // named command, offered only while what it closes is open; a lower layer closes first
@@ -194,6 +230,15 @@ public:
     std::function<void(const QString& message, std::function<void()> onYes)> presentConfirmation;
     // The alert shown when the system refuses the microphone.
     std::function<void()> presentMicrophoneAlert;
+    // Titled alerts, questions, name prompts, the file dialog and brief notices over the picture;
+    // tests replace them too.
+    std::function<void(const AlertText& alert)> presentTitledAlert;
+    std::function<void(const QuestionText& question, std::function<void()> onAccept)> presentQuestion;
+    std::function<void(const NamePrompt& prompt, std::function<void(const QString& text)> onAccept)>
+        presentTextPrompt;
+    std::function<void(const OpenFilesRequest& request, std::function<void(const QStringList& paths)> onChosen)>
+        presentOpenFiles;
+    std::function<void(const QString& text)> presentNotice;
 
 protected:
     void closeEvent(QCloseEvent* event) override;
@@ -248,6 +293,14 @@ private:
     void paletteShiftChanged(double amount);
     void frequencyShiftBegan();
     void frequencyShiftChanged(double dx, double dy);
+
+    // Palettes (mac_view_controller_palettes.cpp).
+    void buildPalettes();
+    void installDialogPresenters();
+    void reloadPaletteBrowser();
+    const SavedPalette* paletteAt(int section, int row) const;
+    void showPaletteMenu(const SavedPalette& palette, const QPoint& globalPos);
+    void importPaletteFilesNow(const QStringList& paths);
 
     // Preferences and the window's place (mac_view_controller_preferences.cpp).
     void loadPreferences();
@@ -316,6 +369,10 @@ private:
     bool coveringScreenItself_ = false;  // full screen without a window manager's help
     QPointer<QWidget> autoDissolveOverlay_;
 
+    // --- Palettes ---
+    QList<SavedPalette> userPalettesCache_, builtInPalettesCache_;
+    std::vector<PaletteSection> paletteSections_;  // as the browser shows them
+
     // --- Sound mode ---
     SoundAnalyzer* soundAnalyzer_ = nullptr;
     bool soundEnabled_ = false;
@@ -355,6 +412,7 @@ private:
     BracketToggleControl* animateToggle_ = nullptr;
     BracketToggleControl* autoToggle_ = nullptr;
     BracketActionControl* newPaletteControl_ = nullptr;
+    BracketActionControl* palettesControl_ = nullptr;
     BracketActionControl* resetViewControl_ = nullptr;
     BracketActionControl* resetAllControl_ = nullptr;
     BracketActionControl* helpControl_ = nullptr;
@@ -363,6 +421,8 @@ private:
     Sidebar* sidebar_ = nullptr;
     QWidget* statusBar_ = nullptr;
     QWidget* fullScreenChrome_ = nullptr;
+    BrowserPanel* paletteBrowser_ = nullptr;
+    NoticeOverlay* notice_ = nullptr;
     QLabel* fullScreenStatus_ = nullptr;
     std::vector<HUDStatView*> fullScreenStats_;  // the status display's full-screen set
     std::vector<EscapeCommand> escapeCommands_;  // ordered by layer

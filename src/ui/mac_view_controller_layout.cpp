@@ -94,6 +94,7 @@ Sidebar* MacViewController::buildSidebar() {
     add(smoothToggle_ = new BracketToggleControl(tr("Smooth"), sidebar));
     add(randomToggle_ = new BracketToggleControl(tr("Random"), sidebar));
     add(newPaletteControl_ = new BracketActionControl(tr("New Palette"), sidebar));
+    add(palettesControl_ = new BracketActionControl(tr("Palettes…"), sidebar));
     column->addWidget(sectionTitle(tr("Motion"), sidebar));
     add(animateToggle_ = new BracketToggleControl(tr("Animate"), sidebar));
     add(autoToggle_ = new BracketToggleControl(tr("Auto"), sidebar));
