@@ -9,19 +9,27 @@
 // reaches the controller to the Julia companion's new picture (the last step of a recolour);
 // "picture" is the part up to the main picture's new image. Runs on the offscreen platform
 // unless QT_QPA_PLATFORM says otherwise.
+// Then the same for sound mode at 1920 x 1080, which turns glow and relief on: a synthetic
+// microphone plays a beat (a low tone with a sung note and treble, four times a second, quieter
+// in between) in real time, and every tick moves the palette, the glow and the relief drama.
 #include <QApplication>
 #include <QElapsedTimer>
 #include <QEvent>
 #include <QEventLoop>
 #include <QTimer>
 #include <algorithm>
+#include <atomic>
 #include <chrono>
+#include <cmath>
 #include <cstdio>
 #include <functional>
+#include <numbers>
 #include <optional>
+#include <thread>
 #include <vector>
 
 #include "explore/palette_motion.h"
+#include "sound/audio_input.h"
 #include "ui/julia_view.h"
 #include "window_bench_support.h"
 #include "ui/mac_view_controller.h"
@@ -37,6 +45,46 @@ using gs::bench::spinUntil;
 constexpr int kRunMs = 5000;
 constexpr double kLateFactor = 1.5;  // an interval this many ticks long means a missed frame
 
+
+enum class Motion { animate, sound };
+
+// Music-like sound in buffers of 2048 frames at 48 kHz, delivered in real time on its own thread.
+class SyntheticMicrophone final : public gs::AudioInput {
+public:
+    static constexpr double kRate = 48000;
+    ~SyntheticMicrophone() override { stop(); }
+    bool start(BufferHandler onBuffer, std::function<void()>, QString&) override {
+        stop();
+        running_ = true;
+        thread_ = std::thread([this, onBuffer = std::move(onBuffer)] { play(onBuffer); });
+        return true;
+    }
+    void stop() override {
+        running_ = false;
+        if (thread_.joinable()) thread_.join();
+    }
+
+private:
+    static float sample(double t) {
+        const double beat = std::fmod(t, 0.25) < 0.08 ? 1.0 : 0.15;
+        const auto tone = [t](double hz) { return std::sin(2 * std::numbers::pi * hz * t); };
+        return static_cast<float>(beat * (0.5 * tone(70) + 0.25 * tone(440) + 0.1 * tone(3000)));
+    }
+    void play(const BufferHandler& onBuffer) {
+        std::vector<float> buffer(2048);
+        const auto period = std::chrono::duration_cast<Clock::duration>(
+            std::chrono::duration<double>(static_cast<double>(buffer.size()) / kRate));
+        Clock::time_point next = Clock::now();
+        for (std::size_t frame = 0; running_; frame += buffer.size()) {
+            for (std::size_t i = 0; i < buffer.size(); ++i) buffer[i] = sample(static_cast<double>(frame + i) / kRate);
+            onBuffer(buffer.data(), buffer.size(), kRate);
+            std::this_thread::sleep_until(next += period);
+        }
+    }
+
+    std::atomic<bool> running_{false};
+    std::thread thread_;
+};
 
 // Nearest rank; q in (0, 1].
 double percentile(std::vector<double> v, double q) {
@@ -91,8 +139,8 @@ struct Figures {
     std::vector<double> recolourMs, pictureMs;
 };
 
-bool measure(int width, int height) {
-    gs::MacViewController window;
+bool measure(int width, int height, Motion motion) {
+    gs::MacViewController window(nullptr, motion == Motion::sound ? std::make_unique<SyntheticMicrophone>() : nullptr);
     window.presentAlert = [](const QString&) {};
     if (!sizePicture(window, width, height)) {
         std::fprintf(stderr, "bench_animation: could not size the picture buffer to %dx%d\n", width, height);
@@ -102,10 +150,18 @@ bool measure(int width, int height) {
         std::fprintf(stderr, "bench_animation: the first render at %dx%d did not finish\n", width, height);
         return false;
     }
-    window.toggleOrbitTraps();
-    window.toggleGlow();
-    window.toggleDistanceEstimation();
-    settle(window);
+    if (motion == Motion::animate) {
+        window.toggleOrbitTraps();
+        window.toggleGlow();
+        window.toggleDistanceEstimation();
+        settle(window);
+    }
+    const auto toggle = [&] {
+        if (motion == Motion::animate)
+            window.toggleAnimateColors();
+        else
+            window.toggleSoundAction();
+    };
 
     Figures f;
     f.ticks.reserve(400);
@@ -134,9 +190,9 @@ bool measure(int width, int height) {
     };
 
     const Clock::time_point runStart = Clock::now();
-    window.toggleAnimateColors();
+    toggle();
     spin(kRunMs);
-    window.toggleAnimateColors();
+    toggle();
     const double ranS = std::chrono::duration<double>(Clock::now() - runStart).count();
 
     window.removeEventFilter(&start);
@@ -174,7 +230,9 @@ int main(int argc, char** argv) {
     if (!qEnvironmentVariableIsSet("QT_QPA_PLATFORM")) qputenv("QT_QPA_PLATFORM", "offscreen");
     QApplication app(argc, argv);
     std::printf("palette animation, traps + glow + distance edges, %d s at 1/30 s ticks\n", kRunMs / 1000);
-    bool ok = measure(1920, 1080);
-    ok = measure(3840, 2160) && ok;
+    bool ok = measure(1920, 1080, Motion::animate);
+    ok = measure(3840, 2160, Motion::animate) && ok;
+    std::printf("sound mode (glow + relief), a synthetic beat, %d s at 1/30 s ticks\n", kRunMs / 1000);
+    ok = measure(1920, 1080, Motion::sound) && ok;
     return ok ? 0 : 1;
 }

@@ -5,6 +5,7 @@
 #include <QIODevice>
 #include <QMediaDevices>
 #include <QMetaObject>
+#include <QPointer>
 
 #include "sound/frame_chunker.h"
 
@@ -26,7 +27,9 @@ private:
     void stateChanged(QAudio::State state);
 
     QAudioSource* source_ = nullptr;
-    QIODevice* io_ = nullptr;
+    // The source's own device. The source deletes it when its stream fails (the sound server
+    // went away), before any stop, so it is watched rather than trusted.
+    QPointer<QIODevice> io_;
     FrameChunker chunker_{AudioCapture::bufferFrames};
     AudioInput::BufferHandler onBuffer_;
     std::function<void()> onFailure_;
@@ -104,6 +107,12 @@ AudioCapture::~AudioCapture() {
 }
 
 QList<QAudioDevice> AudioCapture::inputDevices() { return QMediaDevices::audioInputs(); }
+
+QList<AudioInputChoice> AudioCapture::inputChoices() {
+    QList<AudioInputChoice> choices;
+    for (const QAudioDevice& d : inputDevices()) choices.append({d.id(), d.description()});
+    return choices;
+}
 
 // The system default comes from the sound server itself; a Qt that does mark a default input
 // is asked when the server cannot be.

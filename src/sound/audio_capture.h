@@ -10,6 +10,7 @@
 
 #include "sound/audio_input.h"
 #include "sound/pulse_server.h"
+#include "sound/sound_input_menu.h"
 
 class QMediaDevices;
 
@@ -34,6 +35,8 @@ public:
 
     // The audio inputs the system offers, in its order.
     static QList<QAudioDevice> inputDevices();
+    // The same inputs as ids and descriptions, for a menu.
+    static QList<AudioInputChoice> inputChoices();
 
     // The input to listen to from the next start, by QAudioDevice::id(); empty follows the
     // system default. A chosen input that is gone also falls back to the system default.

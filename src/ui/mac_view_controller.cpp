@@ -63,7 +63,10 @@ void MacViewController::connectViewCallbacks() {
     view->onZoomHistoryBackRequested = [this] { handleZoomHistoryBack(); };
     view->onZoomHistoryForwardRequested = [this] { handleZoomHistoryForward(); };
     view->onColorCycleRequested = [this] { handleColorCycle(); };
-    view->onSelectionChanged = [this](const std::optional<RectF>&) { stopAutoExplore(); };
+    view->onSelectionChanged = [this](const std::optional<RectF>&) {
+        hideTuningHelp();
+        stopAutoExplore();
+    };
     view->onPaletteShiftBegan = [this] { paletteShiftBegan(); };
     view->onPaletteShiftChanged = [this](double amount) { paletteShiftChanged(amount); };
     view->onFrequencyShiftBegan = [this] { frequencyShiftBegan(); };
@@ -74,23 +77,27 @@ void MacViewController::connectViewCallbacks() {
 }
 
 // Zooms, history steps and new palettes asked for on the picture, or by their keys, buttons
-// and mouse equivalents, end auto-explore first.
+// and mouse equivalents, remove the tuning help card and end auto-explore first.
 void MacViewController::handleZoomRequested(const RectF& pixels) {
+    hideTuningHelp();
     stopAutoExplore();
     zoomIntoRect(pixels);
 }
 
 void MacViewController::handleZoomHistoryBack() {
+    hideTuningHelp();
     stopAutoExplore();
     zoomBackAction();
 }
 
 void MacViewController::handleZoomHistoryForward() {
+    hideTuningHelp();
     stopAutoExplore();
     zoomForwardAction();
 }
 
 void MacViewController::handleColorCycle() {
+    hideTuningHelp();
     stopAutoExplore();
     newRandomPalette();
 }

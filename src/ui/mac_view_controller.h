@@ -30,9 +30,11 @@
 #include "explore/explorer_settings.h"
 #include "explore/palette_motion.h"
 #include "explore/selection.h"
+#include "explore/tuning_slider.h"
 #include "explore/zoom_history.h"
 #include "library/palette_library.h"
 #include "sound/audio_input.h"
+#include "sound/sound_input_menu.h"
 #include "sound/sound_mapping.h"
 #include "ui/alerts.h"
 
@@ -41,10 +43,12 @@ class QCloseEvent;
 class QShowEvent;
 class QDialog;
 class QLabel;
+class QMenu;
 class QTimer;
 
 namespace gs {
 
+class AdvancedModeTag;
 class BracketActionControl;
 class BracketToggleControl;
 class BrowserPanel;
@@ -55,7 +59,11 @@ class NoticeOverlay;
 class PictureFrame;
 class PreferencesStore;
 class Sidebar;
+class AudioCapture;
 class SoundAnalyzer;
+class TuningPanelView;
+class SoundInputButton;
+class SoundLevelMeter;
 class ZoomHistoryControl;
 
 class MacViewController : public QWidget {
@@ -118,11 +126,31 @@ public:
     bool soundEnabled() const { return soundEnabled_; }
     const SoundState& soundState() const { return soundState_; }
     SoundAnalyzer* soundAnalyzer() const { return soundAnalyzer_; }
+    // The audio input sound mode listens to, by id (empty: the system default; a remembered
+    // input that is gone also falls back to it). Remembered across launches; choosing another
+    // while listening listens to it at once.
+    void chooseSoundInput(const QByteArray& id);
+    const QByteArray& soundInputDevice() const { return soundInputId_; }
+    // The system's capture that sound mode listens through; null when a test gave its own input.
+    AudioCapture* soundCapture() const { return soundCapture_; }
+    // The inputs the sound-input menu offers (the system's when unset); tests replace it.
+    std::function<QList<AudioInputChoice>()> listSoundInputs;
 
     // --- Preferences ---
     bool isAdvancedMode() const { return isAdvancedMode_; }
     // Writes the four preferences together: advanced mode, animation speed, both tunings.
     void savePreferences();
+
+    // --- Advanced mode ---
+    // The slider table bound to this controller: six tabs whose accessors hold it weakly (once
+    // it is gone, get gives the slider's default and set does nothing).
+    std::vector<TuningTab> buildTuningTabs();
+    // The mode tag: flips advanced mode, shows or hides the tuning panel, saves preferences.
+    void handleModeTagTap();
+    // Removes the tuning help card, if one is shown.
+    void hideTuningHelp();
+    TuningPanelView* tuningPanel() const { return tuningPanel_; }
+    AdvancedModeTag* modeTag() const { return modeTag_; }
 
     // --- Auto-explore ---
     bool autoEnabled() const { return autoEnabled_; }
@@ -307,9 +335,29 @@ private:
     void restoreWindowPlace();
     void rememberWindowPlace();
 
+    // Advanced mode and the tuning panel (mac_view_controller_tuning.cpp).
+    TuningPanelView* buildTuningPanel();
+    void setTuningValue(const TuningTarget& target, double value);
+    void layoutForMode();
+    void refreshAdvancedModeIndicator();
+    void refreshTuningControls();  // the panel's values and tabs, and the amber dot
+    void scheduleTuningRelight();
+    void showNumericEntry(const TuningSliderSpec& spec);
+    void traceTuningSoon();
+    void traceTuning() const;
+
     // Sound mode (mac_view_controller_sound.cpp).
     void buildSoundAnalyzer(std::unique_ptr<AudioInput> input);
+    bool startListening();  // notes why when it fails
+    void listenAgain();     // after the input changed while listening
+    void soundInputLost();
     void soundTickStep(double dt);
+    // Sound mode's controls (mac_view_controller_sound_controls.cpp).
+    QWidget* buildSoundRow(QWidget* parent);
+    void fillSoundInputMenu(QMenu* menu);
+    void refreshSoundControls();
+    QString soundToolTip() const;
+    void traceSound() const;
 
     // Palette animation (mac_view_controller_animation.cpp).
     void startAnimationTimer();
@@ -321,7 +369,7 @@ private:
 
     // Full screen (mac_view_controller_fullscreen.cpp).
     QWidget* buildFullScreenChrome();
-    void twin(BracketToggleControl* windowed, void (MacViewController::*command)());
+    BracketToggleControl* twin(BracketToggleControl* windowed, void (MacViewController::*command)());
     void placeFullScreenChrome();
     void enterFullScreen();
     void exitFullScreen();
@@ -378,12 +426,22 @@ private:
     bool soundEnabled_ = false;
     std::optional<bool> soundGlowStateBeforeSound_, soundReliefStateBeforeSound_;
     SoundState soundState_;
+    AudioCapture* soundCapture_ = nullptr;  // the analyzer's input, unless a test gave another
+    QByteArray soundInputId_;               // the chosen input; empty: the system default
+    QString soundListeningTo_;              // the input's description while listening
+    QString soundProblem_;                  // why listening failed or stopped, until it starts again
 
     // --- Preferences ---
     std::unique_ptr<PreferencesStore> preferences_;
     bool isAdvancedMode_ = false;
     QByteArray windowedPlace_;  // saveGeometry() of the window before it went full screen
     bool placeRestored_ = false;
+
+    // --- Advanced mode ---
+    TuningPanelView* tuningPanel_ = nullptr;
+    AdvancedModeTag* modeTag_ = nullptr;
+    bool tuningRelightPending_ = false;
+    bool tuningTracePending_ = false;
 
     // --- Render state ---
     std::int64_t renderGeneration_ = 0;
@@ -411,6 +469,10 @@ private:
     BracketToggleControl* reliefToggle_ = nullptr;
     BracketToggleControl* animateToggle_ = nullptr;
     BracketToggleControl* autoToggle_ = nullptr;
+    BracketToggleControl* soundToggle_ = nullptr;
+    BracketToggleControl* fullScreenSoundToggle_ = nullptr;
+    SoundInputButton* soundInputButton_ = nullptr;
+    SoundLevelMeter* soundLevelMeter_ = nullptr;
     BracketActionControl* newPaletteControl_ = nullptr;
     BracketActionControl* palettesControl_ = nullptr;
     BracketActionControl* resetViewControl_ = nullptr;

@@ -67,6 +67,7 @@ void MacViewController::animationTick() {
     }
     settings_.cycleOffset = advanceCycle(settings_.cycleOffset, *dt, settings_.animationSpeed);
     requestRecolor();
+    refreshTuningControls();  // PHASE moves with it
 }
 
 }  // namespace gs

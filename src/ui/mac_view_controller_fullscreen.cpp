@@ -47,6 +47,7 @@ QWidget* MacViewController::buildFullScreenChrome() {
     twin(trapsToggle_, &MacViewController::toggleOrbitTraps);
     twin(reliefToggle_, &MacViewController::toggle3DRelief);
     twin(autoToggle_, &MacViewController::toggleAutoAction);
+    fullScreenSoundToggle_ = twin(soundToggle_, &MacViewController::toggleSoundAction);
     for (const auto& pair : toggleTwins_) {
         pair.second->setParent(chrome);
         toggles->addWidget(pair.second);
@@ -88,11 +89,13 @@ QString MacViewController::fullScreenStatusLine() const {
 }
 
 // The copy carries the windowed toggle's label and command; refreshControls keeps its state.
-void MacViewController::twin(BracketToggleControl* windowed, void (MacViewController::*command)()) {
+BracketToggleControl* MacViewController::twin(BracketToggleControl* windowed,
+                                              void (MacViewController::*command)()) {
     auto* copy = new BracketToggleControl(windowed->text());
     copy->setObjectName(QStringLiteral("fullScreen ") + windowed->text());
     connect(copy, &QAbstractButton::clicked, this, command);
     toggleTwins_.emplace_back(windowed, copy);
+    return copy;
 }
 
 void MacViewController::placeFullScreenChrome() {
@@ -116,6 +119,7 @@ void MacViewController::enterFullScreen() {
     chromeHidden_ = true;
     sidebar_->hide();
     statusBar_->hide();
+    layoutForMode();
     refreshControls();
     fullScreenChrome_->show();
     placeFullScreenChrome();
@@ -140,6 +144,7 @@ void MacViewController::exitFullScreen() {
     fullScreenChrome_->hide();
     sidebar_->show();
     statusBar_->show();
+    layoutForMode();
     showNormal();
     if (coveringScreenItself_) setGeometry(windowedGeometry_);
     coveringScreenItself_ = false;

@@ -1,5 +1,6 @@
-// The window: the picture first with a sidebar beside it (the Julia view and the controls),
-// under both a bar with the history controls, the status display and help; keyboard commands.
+// The window: the picture first (in advanced mode over the tuning panel) with a sidebar beside
+// it (the Julia view and the controls), under both a bar with the history controls, the status
+// display and help; keyboard commands.
 #include <algorithm>
 
 #include <QAction>
@@ -9,6 +10,7 @@
 #include <QScreen>
 #include <QVBoxLayout>
 
+#include "ui/advanced_mode_tag.h"
 #include "ui/bracket_controls.h"
 #include "ui/hud_stat_view.h"
 #include "ui/julia_view.h"
@@ -16,6 +18,7 @@
 #include "ui/mandelbrot_view.h"
 #include "ui/picture_frame.h"
 #include "ui/sidebar.h"
+#include "ui/tuning_panel_view.h"
 #include "ui/window_style.h"
 
 namespace gs {
@@ -39,6 +42,15 @@ QLabel* sectionTitle(const QString& text, QWidget* parent) {
     return label;
 }
 
+// A section title with a small control at the right end of its line.
+QHBoxLayout* titleWith(QLabel* title, QWidget* control) {
+    auto* row = new QHBoxLayout;
+    row->setContentsMargins(0, 0, 0, 0);
+    row->addWidget(title, 1, Qt::AlignBottom);
+    row->addWidget(control, 0, Qt::AlignBottom);
+    return row;
+}
+
 void fill(QWidget* widget, const QColor& colour) {
     widget->setAutoFillBackground(true);
     QPalette p = widget->palette();
@@ -55,10 +67,15 @@ void MacViewController::buildInterface() {
 
     fractalView_ = new MandelbrotView;
     pictureFrame_ = new PictureFrame(fractalView_, pictureAspect_, this);
+    // The tuning panel, in advanced mode, is a band under the picture.
+    auto* pictureColumn = new QVBoxLayout;
+    pictureColumn->setSpacing(0);
+    pictureColumn->addWidget(pictureFrame_, 1);
+    pictureColumn->addWidget(tuningPanel_ = buildTuningPanel());
     auto* top = new QHBoxLayout;
     top->setContentsMargins(0, 0, 0, 0);
     top->setSpacing(0);
-    top->addWidget(pictureFrame_, 1);
+    top->addLayout(pictureColumn, 1);
     top->addWidget(sidebar_ = buildSidebar());
 
     auto* root = new QVBoxLayout(this);
@@ -90,7 +107,7 @@ Sidebar* MacViewController::buildSidebar() {
     column->setSpacing(0);
 
     auto add = [&](QWidget* control) { column->addWidget(control, 0, Qt::AlignLeft); };
-    column->addWidget(sectionTitle(tr("Palette"), sidebar));
+    column->addLayout(titleWith(sectionTitle(tr("Palette"), sidebar), modeTag_ = new AdvancedModeTag(sidebar)));
     add(smoothToggle_ = new BracketToggleControl(tr("Smooth"), sidebar));
     add(randomToggle_ = new BracketToggleControl(tr("Random"), sidebar));
     add(newPaletteControl_ = new BracketActionControl(tr("New Palette"), sidebar));
@@ -98,6 +115,7 @@ Sidebar* MacViewController::buildSidebar() {
     column->addWidget(sectionTitle(tr("Motion"), sidebar));
     add(animateToggle_ = new BracketToggleControl(tr("Animate"), sidebar));
     add(autoToggle_ = new BracketToggleControl(tr("Auto"), sidebar));
+    add(buildSoundRow(sidebar));
     column->addWidget(sectionTitle(tr("Shading"), sidebar));
     add(demToggle_ = new BracketToggleControl(tr("Distance Estimation"), sidebar));
     add(glowToggle_ = new BracketToggleControl(tr("Glow"), sidebar));
@@ -157,9 +175,11 @@ void MacViewController::connectControls() {
     on(reliefToggle_, &MacViewController::toggle3DRelief);
     on(animateToggle_, &MacViewController::toggleAnimateColors);
     on(autoToggle_, &MacViewController::toggleAutoAction);
+    on(soundToggle_, &MacViewController::toggleSoundAction);
     on(resetViewControl_, &MacViewController::resetViewAction);
     on(resetAllControl_, &MacViewController::resetAllAction);
     on(helpControl_, &MacViewController::showHelp);
+    on(modeTag_, &MacViewController::handleModeTagTap);
     on(zoomBackControl_, &MacViewController::handleZoomHistoryBack);
     on(zoomForwardControl_, &MacViewController::handleZoomHistoryForward);
 }
@@ -242,8 +262,11 @@ void MacViewController::refreshControls() {
     reliefToggle_->setChecked(settings_.reliefEnabled);
     animateToggle_->setChecked(animateColorsEnabled_);
     autoToggle_->setChecked(autoEnabled_);
+    soundToggle_->setChecked(soundEnabled_);
     for (const auto& [windowed, copy] : toggleTwins_) copy->setChecked(windowed->isChecked());
+    refreshSoundControls();
     refreshHistoryControls();
+    refreshTuningControls();
 }
 
 void MacViewController::refreshHistoryControls() {

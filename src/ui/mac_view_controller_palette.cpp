@@ -25,14 +25,20 @@ void MacViewController::regenerate() {
     refreshControls();
 }
 
-void MacViewController::paletteShiftBegan() { paletteShiftBaseCycleOffset_ = settings_.cycleOffset; }
+// The pans remove the tuning help card when they begin; the panel follows the values they move.
+void MacViewController::paletteShiftBegan() {
+    hideTuningHelp();
+    paletteShiftBaseCycleOffset_ = settings_.cycleOffset;
+}
 
 void MacViewController::paletteShiftChanged(double amount) {
     settings_.cycleOffset = shiftedCycleOffset(paletteShiftBaseCycleOffset_, amount);
     requestRecolor();
+    refreshTuningControls();
 }
 
 void MacViewController::frequencyShiftBegan() {
+    hideTuningHelp();
     frequencyShiftBaseFrequency_ = settings_.frequency;
     reliefLightShiftBaseX_ = settings_.reliefLightRawX;
     reliefLightShiftBaseY_ = settings_.reliefLightRawY;
@@ -43,12 +49,14 @@ void MacViewController::frequencyShiftChanged(double dx, double dy) {
     if (!settings_.reliefEnabled) {
         settings_.frequency = shiftedFrequency(frequencyShiftBaseFrequency_, dy);
         requestRecolor();
+        refreshTuningControls();
         return;
     }
     const LightShift shift = shiftedLight(reliefLightShiftBaseX_, reliefLightShiftBaseY_, dx, dy);
     settings_.reliefLightRawX = shift.rawX;
     settings_.reliefLightRawY = shift.rawY;
     requestRelight();
+    refreshTuningControls();
 }
 
 }  // namespace gs

@@ -14,7 +14,8 @@ namespace gs {
 
 // Once, before the first render. A value that is missing or refused keeps the default; a
 // tuning that loads is handed to both views and written back at once, so the store then holds
-// exactly what is in force.
+// exactly what is in force, and the amber dot shows whether it is off its defaults. The window
+// is then laid out for the mode.
 void MacViewController::loadPreferences() {
     const LoadedPreferences loaded = preferences_->load(tuningKeepsColorsFinite);
     isAdvancedMode_ = loaded.advancedMode;
@@ -24,11 +25,14 @@ void MacViewController::loadPreferences() {
         fractalView_->tuning = settings_.tuning;
         juliaView_->tuning = settings_.tuning;
         savePreferences();
+        refreshAdvancedModeIndicator();
     }
     if (loaded.soundTuning) {
         settings_.soundTuning = *loaded.soundTuning;
         savePreferences();
+        refreshAdvancedModeIndicator();
     }
+    layoutForMode();
 }
 
 void MacViewController::savePreferences() {

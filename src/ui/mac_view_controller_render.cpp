@@ -131,6 +131,7 @@ void MacViewController::traceCompletedPicture() const {
                 qPrintable(s[0]), qPrintable(s[1]), qPrintable(s[2]), qPrintable(s[3]),
                 origin.x(), origin.y(), fractalView_->width(), fractalView_->height());
     std::fflush(stdout);
+    traceTuning();
 }
 
 // --- Recolouring ----------------------------------------------------------------------------

@@ -5,15 +5,27 @@
 #include <QPushButton>
 #include <QUrl>
 
+#include "library/preferences.h"
+#include "sound/audio_capture.h"
 #include "sound/microphone_permission.h"
 #include "sound/sound_analyzer.h"
 #include "ui/mac_view_controller.h"
+#include "ui/sound_controls.h"
 
 namespace gs {
 
+// Without a given input the analyzer listens to the system's capture, told which input the
+// user chose last time.
 void MacViewController::buildSoundAnalyzer(std::unique_ptr<AudioInput> input) {
+    soundInputId_ = preferences_->soundInputDevice();
+    if (!input) {
+        auto capture = std::make_unique<AudioCapture>();
+        capture->setInputDeviceId(soundInputId_);
+        soundCapture_ = capture.get();
+        input = std::move(capture);
+    }
     soundAnalyzer_ = new SoundAnalyzer(std::move(input), this);
-    soundAnalyzer_->onInterrupted = [this] { switchSoundMode(false); };
+    soundAnalyzer_->onInterrupted = [this] { soundInputLost(); };
     presentMicrophoneAlert = [this] {
         auto* box = new QMessageBox(QMessageBox::NoIcon, QString::fromUtf8(kMicrophoneAlertTitle),
                                     QString::fromUtf8(kMicrophoneAlertMessage), QMessageBox::NoButton, this);
@@ -55,8 +67,9 @@ void MacViewController::toggleSoundAction() {
 void MacViewController::switchSoundMode(bool on) {
     if (on == soundEnabled_) return;
     if (on) {
-        if (!soundAnalyzer_->start()) {
+        if (!startListening()) {
             refreshControls();  // the Sound control says why
+            if (trace_) traceSound();
             return;
         }
         soundEnabled_ = true;
@@ -84,12 +97,55 @@ void MacViewController::switchSoundMode(bool on) {
     }
     refreshControls();
     requestRecolor();
+    if (trace_) traceSound();
 }
 
-// One tick of sound mode: the four sound terms follow the latest analysis, then the picture is
-// coloured again from its stored data.
+bool MacViewController::startListening() {
+    if (!soundAnalyzer_->start()) {
+        soundProblem_ = soundAnalyzer_->failureReason();
+        soundListeningTo_.clear();
+        return false;
+    }
+    soundProblem_.clear();
+    soundListeningTo_ = soundCapture_ ? soundCapture_->activeDevice().description() : QString();
+    return true;
+}
+
+// The new input replaces the old one; the colours keep following the sound from where they
+// are. An input that cannot be opened ends sound mode, and the Sound control says why.
+void MacViewController::listenAgain() {
+    soundAnalyzer_->stop();
+    if (!startListening()) {
+        switchSoundMode(false);
+        return;
+    }
+    refreshControls();
+    if (trace_) traceSound();
+}
+
+// The analyzer has already stopped: the input was unplugged, or the sound server went away.
+void MacViewController::soundInputLost() {
+    soundProblem_ = soundListeningTo_.isEmpty()
+                        ? tr("The audio input went away, so sound mode stopped.")
+                        : tr("The audio input “%1” went away, so sound mode stopped.").arg(soundListeningTo_);
+    soundListeningTo_.clear();
+    switchSoundMode(false);
+}
+
+void MacViewController::chooseSoundInput(const QByteArray& id) {
+    if (id == soundInputId_) return;
+    soundInputId_ = id;
+    preferences_->setSoundInputDevice(id);
+    if (soundCapture_) soundCapture_->setInputDeviceId(id);
+    if (soundEnabled_) listenAgain();
+}
+
+// One tick of sound mode: the four sound terms and the level meter follow the latest analysis,
+// then the picture is coloured again from its stored data.
 void MacViewController::soundTickStep(double dt) {
-    soundState_ = soundTick(soundState_, soundAnalyzer_->latestMetrics(), settings_.soundTuning, dt);
+    const SoundAnalyzer::Metrics metrics = soundAnalyzer_->latestMetrics();
+    soundState_ = soundTick(soundState_, metrics, settings_.soundTuning, dt);
+    soundLevelMeter_->follow(metrics.rms, dt);
     requestRecolor();
 }
 

@@ -161,10 +161,9 @@ TEST_F(OnlineLibraryTest, HostileAnswersEndAsFailuresWithoutBlocking) {
     EXPECT_EQ(importAll().title, QStringLiteral("Imported 1 of 3"));
     EXPECT_LT(clock.elapsed(), 3000);
     EXPECT_GE(ticks, clock.elapsed() / 200);  // the event loop kept turning (loose: CI is busy)
-    // The client stopped reading at its cap: a reader without one would take the whole 64 MiB
-    // the server offers within the second. What was streamed also counts the loopback's socket
-    // buffers, which grow to several MiB on their own.
-    EXPECT_LT(server.streamedBytes(), 24 << 20);
+    // The client stopped reading at its cap; the server may still have filled the socket
+    // buffers, but a client that kept reading would have taken hundreds of megabytes by now.
+    EXPECT_LT(server.streamedBytes(), 32 << 20);
 
     server.answer(kBase + QStringLiteral("manifest.json"), Answer::endless);
     library.load();

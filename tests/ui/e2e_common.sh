@@ -1,6 +1,9 @@
 # Shared set-up of the end-to-end scripts: a virtual X display, the real program started with its
 # trace on, and helpers to wait for pictures and read screen pixels. Sourced, not run.
-# Expects $program; defines $work, $app_pid, fail, wait_for_picture, field, pixel, shoot.
+# Expects $program; defines $work, $app_pid, fail, start_program, wait_for_picture, field, pixel,
+# shoot.
+# A script may define e2e_before_start (run just before the program starts, with HOME and the
+# XDG variables set) and e2e_cleanup (run on exit, before the display and $work go).
 
 command -v Xvfb >/dev/null || { echo "SKIP: Xvfb is not installed"; exit 77; }
 for tool in xdotool import convert; do
@@ -10,29 +13,33 @@ done
 work=$(mktemp -d)
 xvfb_pid= app_pid=
 cleanup() {
+    declare -F e2e_cleanup >/dev/null && e2e_cleanup
     [ -n "$app_pid" ] && kill "$app_pid" 2>/dev/null
     [ -n "$xvfb_pid" ] && kill "$xvfb_pid" 2>/dev/null
-    wait 2>/dev/null
+    wait $app_pid $xvfb_pid 2>/dev/null  # only these: a script's own helpers may outlive them
     rm -rf "$work"
 }
 trap cleanup EXIT
 fail() { echo "FAIL: $*"; echo "--- program output"; cat "$work/out" "$work/err" 2>/dev/null; exit 1; }
 
-# Xvfb picks a free display number itself and writes it to a file descriptor, so parallel runs
-# never race for the same number.
+# The server picks a free display itself and writes its number once it accepts clients, so
+# runs side by side never race for one.
 Xvfb -displayfd 3 -screen 0 1280x900x24 -nolisten tcp 3>"$work/display" >"$work/xvfb.log" 2>&1 &
 xvfb_pid=$!
-for _ in $(seq 100); do [ -s "$work/display" ] && break; sleep 0.1; done
-[ -s "$work/display" ] || fail "Xvfb did not say which display it took"
-display=:$(tr -d '[:space:]' <"$work/display")
-export DISPLAY=$display
-for _ in $(seq 100); do xdotool getdisplaygeometry >/dev/null 2>&1 && break; sleep 0.1; done
-xdotool getdisplaygeometry >/dev/null 2>&1 || fail "Xvfb did not start on $display"
+for _ in $(seq 100); do grep -q '^[0-9]\+$' "$work/display" 2>/dev/null && break; sleep 0.1; done
+grep -q '^[0-9]\+$' "$work/display" 2>/dev/null || fail "Xvfb did not start: $(cat "$work/xvfb.log")"
+export DISPLAY=:$(cat "$work/display")
+xdotool getdisplaygeometry >/dev/null 2>&1 || fail "no display on $DISPLAY"
 
 export HOME=$work XDG_CONFIG_HOME=$work/config XDG_DATA_HOME=$work/data
 export XDG_RUNTIME_DIR=$work/run && mkdir -m 700 "$XDG_RUNTIME_DIR"
-GLIMMERSCAPE_TRACE=1 "$program" >"$work/out" 2>"$work/err" &
-app_pid=$!
+declare -F e2e_before_start >/dev/null && e2e_before_start
+# Starts the program with its trace on (again, after it quit: the output starts afresh).
+start_program() {
+    GLIMMERSCAPE_TRACE=1 "$program" >"$work/out" 2>"$work/err" &
+    app_pid=$!
+}
+start_program
 
 # Waits until the program has printed `count` complete pictures; prints the last such line.
 wait_for_picture() {

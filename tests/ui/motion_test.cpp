@@ -5,6 +5,7 @@
 #include <QLabel>
 
 #include "explore/auto_explore.h"
+#include "fake_microphone.h"
 #include "ui/bracket_controls.h"
 #include "ui/dissolve_overlay.h"
 #include "ui/hud_stat_view.h"
@@ -58,7 +59,7 @@ TEST(PaletteAnimation, TicksAdvanceBySpeedTimesTimeButNotDuringARender) {
 // The interval is long, so only the steps the test asks for happen.
 struct Flight : Explorer {
     std::optional<bool> askedForFullScreenInterval;
-    Flight() {
+    Flight() : Explorer(std::make_unique<test::FakeMicrophone>()) {
         c().autoStepIntervalMs = [this](bool chromeHidden) {
             askedForFullScreenInterval = chromeHidden;
             return 60000;
@@ -153,7 +154,7 @@ TEST(FullScreen, EveryCopyOfAToggleShowsTheStateOfItsTwin) {
             for (auto* windowed : f.c().findChildren<BracketToggleControl*>())
                 if (windowed != copy && windowed->text() == copy->text())
                     pairs.emplace_back(windowed, copy);
-    ASSERT_EQ(pairs.size(), 8u);
+    ASSERT_EQ(pairs.size(), 9u);
     auto allAgree = [&] {
         for (const auto& [windowed, copy] : pairs)
             if (windowed->isChecked() != copy->isChecked()) return false;

@@ -3,6 +3,7 @@
 #include <QSettings>
 #include <cmath>
 
+#include "fake_microphone.h"
 #include "library/preferences.h"
 #include "library/tuning_json.h"
 #include "sound/sound_analyzer.h"
@@ -11,25 +12,6 @@
 
 namespace gs::test {
 namespace {
-
-// A microphone that starts when told to and delivers what the test plays into it.
-struct FakeMicrophone final : AudioInput {
-    bool fail = false;
-    BufferHandler deliver;
-    std::function<void()> lost;
-    bool start(BufferHandler onBuffer, std::function<void()> onLost, QString& reason) override {
-        if (fail) reason = QStringLiteral("No microphone or other audio input was found.");
-        deliver = std::move(onBuffer);
-        lost = std::move(onLost);
-        return !fail;
-    }
-    void stop() override { deliver = nullptr, lost = nullptr; }
-    void playLoudTone() {
-        std::vector<float> tone(2048);
-        for (std::size_t i = 0; i < tone.size(); ++i) tone[i] = 0.8f * float(std::sin(0.0576 * double(i)));
-        deliver(tone.data(), tone.size(), 48000.0);
-    }
-};
 
 void clearPreferences() {
     QSettings(QSettings::NativeFormat, QSettings::UserScope, "glimmerscape", "glimmerscape").clear();

@@ -1,0 +1,34 @@
+#include "image_export.h"
+
+#include <QImageWriter>
+#include <QSaveFile>
+
+#include "export/temporary_location.h"
+
+namespace gs {
+
+QString imageExportFileName(const QDateTime& now) {
+    // Whole seconds, truncated toward zero (also before 1970, where integer division of the
+    // milliseconds truncates and flooring would not).
+    const qint64 seconds = now.toMSecsSinceEpoch() / 1000;
+    return QStringLiteral("Glimmerscape-") + QString::number(seconds) + QStringLiteral(".png");
+}
+
+QString imageExportPath(const QDateTime& now) { return temporaryFilePath(imageExportFileName(now)); }
+
+std::optional<QString> exportPicture(const QImage& picture, const QDateTime& now) {
+    if (picture.isNull()) return std::nullopt;
+    const QString path = imageExportPath(now);
+    if (path.isEmpty()) return std::nullopt;
+    QSaveFile file(path);
+    if (!file.open(QIODevice::WriteOnly)) return std::nullopt;
+    QImageWriter writer(&file, "png");
+    if (!writer.write(picture)) {
+        file.cancelWriting();
+        return std::nullopt;
+    }
+    if (!file.commit()) return std::nullopt;
+    return path;
+}
+
+}  // namespace gs

@@ -1,0 +1,261 @@
+// The tuning sliders without a window: the table's values, the value formats under any locale,
+// the help cards, the track mapping, numeric entry, and how the sliders read and write the
+// explorer's settings.
+#include <gtest/gtest.h>
+
+#include <clocale>
+#include <cmath>
+#include <cstdio>
+#include <functional>
+#include <optional>
+#include <stdexcept>
+
+#include "explore/tuning_slider.h"
+
+namespace gs {
+namespace {
+
+const TuningSliderSpec& find(const std::vector<TuningTab>& tabs, std::string_view title) {
+    for (const TuningTab& tab : tabs)
+        for (const TuningSliderSpec& spec : tab.specs)
+            if (spec.title == title) return spec;
+    throw std::runtime_error("no slider " + std::string(title));
+}
+
+struct Row {
+    const char* tab;
+    const char* title;
+    double lower, upper;
+    bool isLog;
+    double defaultValue;
+    const char* pattern;
+};
+
+// Every slider in table order with its range, scale, default and format.
+const Row kRows[] = {
+    {"COLOR", "FREQUENCY", 0.1, 8.0, true, 2.0, "%.2f"},
+    {"COLOR", "PHASE", 0, 1, false, 0, "%.2f"},
+    {"COLOR", "SPEED", 0.02, 1.0, true, 0.12, "%.2f/s"},
+    {"COLOR", "CURVE", 0.4, 2.5, false, 1.0, "%.2f"},
+    {"DISTANCE ESTIMATION", "THICKNESS", -2, 6, false, 0.0, "%.1f"},
+    {"DISTANCE ESTIMATION", "SOFTNESS", 0.25, 8, true, 2.0, "%.1f"},
+    {"GLOW", "STRENGTH", 0, 2, false, 0.9, "%.2f"},
+    {"GLOW", "RADIUS", 0.2, 8, true, 0.8, "%.1f"},
+    {"GLOW", "DIM", 0.3, 1.0, false, 0.8, "%.2f"},
+    {"GLOW", "TINT", 0, 1, false, 0.0, "%.2f"},
+    {"TRAPS", "REACH", 0.05, 1.5, true, 0.4, "%.2f"},
+    {"TRAPS", "SHARPNESS", 0.15, 2.0, true, 0.45, "%.2f"},
+    {"TRAPS", "GLINT", 0, 0.8, false, 0.35, "%.2f"},
+    {"RELIEF", "DIRECTION", 0, 360, false, 225, "%.0f°"},
+    {"RELIEF", "DRAMA", 0, 100, false, 58.82296529141268, "%.0f%%"},
+    {"RELIEF", "HEIGHT", 0.25, 3.0, false, 1.0, "%.2f×"},
+    {"RELIEF", "SHADOW", -0.3, 0.3, false, 0.0, "%+.2f"},
+    {"RELIEF", "SHINE", 0, 2, false, 1.0, "%.2f×"},
+    {"RELIEF", "EDGE CALM", 0.2, 1.4, false, 0.6000000238418579, "%.2f"},
+    {"SOUND", "SENSITIVITY", 0.25, 4.0, true, 1.0, "%.2f×"},
+    {"SOUND", "SPIN", 0, 0.5, false, 0.12, "%.2f"},
+    {"SOUND", "HUE", 0, 1, false, 1.0, "%.2f"},
+    {"SOUND", "GLOW BOOST", 0, 6, false, 2.5, "%.1f"},
+    {"SOUND", "SHOCKWAVE", 0, 1, false, 0.6, "%.2f"},
+    {"SOUND", "RESPONSE", 0.25, 4.0, true, 1.0, "%.2f×"},
+};
+
+TEST(TuningTable, SixTabsInOrderWithEverySliderExactly) {
+    const std::vector<TuningTab> tabs = tuningTable();
+    std::size_t row = 0;
+    for (const TuningTab& tab : tabs) {
+        for (const TuningSliderSpec& s : tab.specs) {
+            ASSERT_LT(row, std::size(kRows));
+            const Row& r = kRows[row++];
+            SCOPED_TRACE(r.title);
+            EXPECT_EQ(tab.name, r.tab);
+            EXPECT_EQ(s.title, r.title);
+            EXPECT_EQ(s.range.lower, r.lower);
+            EXPECT_EQ(s.range.upper, r.upper);
+            EXPECT_EQ(s.isLog, r.isLog);
+            EXPECT_EQ(s.defaultValue, r.defaultValue);  // bit for bit: EDGE CALM is the float 0.6
+            EXPECT_EQ(s.formatPattern, r.pattern);
+            EXPECT_FALSE(s.about.empty() || s.up.empty() || s.down.empty());
+        }
+    }
+    EXPECT_EQ(row, std::size(kRows));
+    EXPECT_EQ(find(tabs, "EDGE CALM").defaultValue, static_cast<double>(0.6f));
+    EXPECT_EQ(find(tabs, "DRAMA").defaultValue, 0.7071 / kLongestLightOffset * 100);
+}
+
+// Formats agree with printf in the C locale on rounding and signs, and stay so under a
+// comma-decimal locale.
+TEST(TuningFormat, AgreesWithPrintfInTheCLocaleUnderAnyLocale) {
+    const double values[] = {0.0, -0.0, 0.125, 0.135, 2.675, -0.005, 0.005, 0.5, 1.5, 2.5, 58.82296529141268,
+                             359.6, 1e-9, -0.3, 0.3, 8.0, 1234567.891, -2.0};
+    std::vector<std::pair<std::string, std::string>> expected;  // (pattern, printf's text)
+    for (const Row& r : kRows) {
+        for (double v : values) {
+            char text[64];
+            std::snprintf(text, sizeof text, r.pattern, v);
+            expected.emplace_back(r.pattern, text);
+        }
+    }
+    const bool german = std::setlocale(LC_ALL, "de_DE.UTF-8") != nullptr;
+    std::size_t i = 0;
+    for (const Row& r : kRows)
+        for (double v : values) EXPECT_EQ(formatTuningValue(r.pattern, v), expected[i++].second) << r.pattern << " " << v;
+    std::setlocale(LC_ALL, "C");
+    if (!german) GTEST_SKIP() << "de_DE.UTF-8 is not installed; checked in the C locale only";
+}
+
+TEST(TuningHelpCard, FourLinesInTheSlidersOwnFormat) {
+    const std::vector<TuningTab> tabs = tuningTable();
+    EXPECT_EQ(tuningHelpLines(find(tabs, "SHADOW")),
+              (std::vector<std::string>{"How dark the shaded side gets.", "Range -0.30 to +0.30; default +0.00.",
+                                        "Up: lighter shadows.", "Down: deeper shadows."}));
+    EXPECT_EQ(tuningHelpLines(find(tabs, "DRAMA"))[1], "Range 0% to 100%; default 59%.");
+    EXPECT_EQ(tuningHelpLines(find(tabs, "SPEED"))[0],
+              "How fast ANIMATE cycles the colors, and how long Record Animation lasts. Only active while ANIMATE "
+              "is on.");
+    TuningSliderSpec bare = find(tabs, "HEIGHT");
+    bare.up.clear();
+    bare.down.clear();
+    EXPECT_EQ(tuningHelpLines(bare),
+              (std::vector<std::string>{"How tall the terrain looks.", "Range 0.25× to 3.00×; default 1.00×."}));
+}
+
+struct TrackCase {
+    const char* title;
+    double value;
+    double position;
+    double tolerance;
+};
+
+// value -> position, and back where the value lies inside the range.
+TEST(TuningTrack, MapsValuesToPositionsAndBack) {
+    const std::vector<TuningTab> tabs = tuningTable();
+    const TrackCase cases[] = {
+        {"FREQUENCY", 0.894427191, 0.5, 1e-9},  // half travel is the geometric mean
+        {"FREQUENCY", 2.0, 0.6836, 5e-5},
+        {"FREQUENCY", 0.05, 0.0, 0},            // under a logarithmic slider's lower end
+        {"FREQUENCY", -1.0, 0.0, 0},
+        {"FREQUENCY", 9.0, 1.0, 0},
+        {"THICKNESS", 2.0, 0.5, 1e-15},
+        {"THICKNESS", -5.0, 0.0, 0},
+        {"SHADOW", 0.0, 0.5, 1e-15},
+        {"DRAMA", 150.0, 1.0, 0},
+    };
+    for (const TrackCase& c : cases) {
+        SCOPED_TRACE(testing::Message() << c.title << " " << c.value);
+        const TuningSliderSpec& s = find(tabs, c.title);
+        EXPECT_NEAR(tuningPosition(s, c.value), c.position, c.tolerance);
+        if (c.value >= s.range.lower && c.value <= s.range.upper) {
+            EXPECT_NEAR(tuningValueAt(s, c.position), c.value, std::max(c.tolerance * 10, 1e-12) * s.range.upper);
+        }
+    }
+    EXPECT_EQ(tuningPosition(find(tabs, "CURVE"), std::nan("")), 0.0);
+}
+
+TEST(TuningTrack, StepsAreATwentiethOfTheTravelAndGeometricOnLogSliders) {
+    const std::vector<TuningTab> tabs = tuningTable();
+    const TuningSliderSpec& frequency = find(tabs, "FREQUENCY");
+    const double ratio = std::pow(80.0, kTuningStep);
+    EXPECT_NEAR(tuningStepped(frequency, 2.0, 1), 2.0 * ratio, 1e-12);
+    EXPECT_NEAR(tuningStepped(frequency, 2.0, -2), 2.0 / ratio / ratio, 1e-12);
+    EXPECT_EQ(tuningStepped(frequency, 7.9, 1), 8.0);  // held at the end
+    EXPECT_NEAR(tuningStepped(find(tabs, "DIRECTION"), 225, -1), 207, 1e-12);
+}
+
+TEST(TuningEntry, TitleMessageAndWhatIsANumber) {
+    const std::vector<TuningTab> tabs = tuningTable();
+    EXPECT_EQ(capitalizedTitle("EDGE CALM"), "Edge Calm");
+    EXPECT_EQ(capitalizedTitle("FREQUENCY"), "Frequency");
+    EXPECT_EQ(tuningEntryMessage(find(tabs, "FREQUENCY")), "Enter a value from 0.10 to 8.00.");
+    EXPECT_EQ(tuningEntryMessage(find(tabs, "SHADOW")), "Enter a value from -0.30 to +0.30.");
+    const struct {
+        const char* text;
+        const char* pattern;
+        std::optional<double> value;
+    } cases[] = {
+        {"2.5", "%.2f", 2.5},       {" +0,75 ", "%.2f", 0.75}, {"-0.3", "%+.2f", -0.3},
+        {"59%", "%.0f%%", 59.0},    {"225 °", "%.0f°", 225.0},  {"1.5×", "%.2f×", 1.5},
+        {"0.2/s", "%.2f/s", 0.2},   {"1e-1", "%.2f", 0.1},      {"abc", "%.2f", {}},
+        {"", "%.2f", {}},           {"%", "%.0f%%", {}},        {"nan", "%.2f", {}},
+        {"inf", "%.2f", {}},        {"1e400", "%.2f", {}},      {"2.5.1", "%.2f", {}},
+        {"1,000.5", "%.2f", {}},    {"+-1", "%.2f", {}},        {"3 4", "%.2f", {}},
+    };
+    for (const auto& c : cases) EXPECT_EQ(parseTuningEntry(c.text, c.pattern), c.value) << c.text;
+}
+
+// The light sliders are two views of the raw light position.
+TEST(TuningSettings, DirectionAndDramaRotateAndRescaleTheLightOffset) {
+    const std::vector<TuningTab> tabs = tuningTable();
+    const TuningTarget direction = find(tabs, "DIRECTION").target, drama = find(tabs, "DRAMA").target;
+    ExplorerSettings s;
+    EXPECT_NEAR(readTuningTarget(s, direction), 225.0, 1e-12);
+    EXPECT_NEAR(readTuningTarget(s, drama), 58.8235, 1e-4);
+    const double length = std::hypot(s.reliefLightRawX, s.reliefLightRawY);
+    EXPECT_EQ(writeTuningTarget(s, direction, 90), TuningRepaint::relight);
+    EXPECT_NEAR(s.reliefLightRawX, 0, 1e-12);
+    EXPECT_NEAR(s.reliefLightRawY, length, 1e-12);
+    writeTuningTarget(s, drama, 25);
+    EXPECT_NEAR(s.reliefLightRawY, 0.25 * kLongestLightOffset, 1e-12);
+    EXPECT_NEAR(readTuningTarget(s, direction), 90, 1e-9);
+    s.reliefLightRawX = s.reliefLightRawY = -3;  // a drag can take the raw pair past the clamp
+    EXPECT_EQ(readTuningTarget(s, drama), 100.0);
+}
+
+TEST(TuningSettings, EachValueAsksForTheRepaintItNeeds) {
+    const std::vector<TuningTab> tabs = tuningTable();
+    ExplorerSettings s;
+    const std::pair<const char*, TuningRepaint> cases[] = {
+        {"FREQUENCY", TuningRepaint::recolour}, {"CURVE", TuningRepaint::recolour},
+        {"THICKNESS", TuningRepaint::recolour}, {"HEIGHT", TuningRepaint::relight},
+        {"EDGE CALM", TuningRepaint::relight},  {"SPEED", TuningRepaint::none},
+        {"RESPONSE", TuningRepaint::none},
+    };
+    for (const auto& [title, repaint] : cases) {
+        const TuningTarget& t = find(tabs, title).target;
+        EXPECT_EQ(writeTuningTarget(s, t, 0.5), repaint) << title;
+        EXPECT_EQ(readTuningTarget(s, t), 0.5) << title;
+    }
+    writeTuningTarget(s, find(tabs, "PHASE").target, 1.0);  // the offset stays below one cycle
+    EXPECT_LT(s.cycleOffset, 1.0);
+    EXPECT_EQ(find(tabs, "PHASE").format(s.cycleOffset), "1.00");
+}
+
+TEST(TuningSettings, OffDefaultsIgnoresFrequencyPhaseAndLight) {
+    ExplorerSettings s;
+    s.frequency = 5;
+    s.cycleOffset = 0.4;
+    s.reliefLightRawX = 0.3;
+    EXPECT_FALSE(tuningOffDefaults(s));
+    for (auto change : std::vector<std::function<void(ExplorerSettings&)>>{
+             [](ExplorerSettings& e) { e.tuning.reliefEdgeCalm = 0.6; },  // the double, not the float
+             [](ExplorerSettings& e) { e.soundTuning.spin = 0.2; },
+             [](ExplorerSettings& e) { e.animationSpeed = 0.5; }}) {
+        ExplorerSettings changed;
+        change(changed);
+        EXPECT_TRUE(tuningOffDefaults(changed));
+    }
+}
+
+TEST(TuningReset, SetsEnabledSlidersToTheirDefaultsAndKeepsDisabledOnes) {
+    std::vector<TuningTab> tabs = tuningTable();
+    TuningTab& color = tabs[0];
+    ExplorerSettings s;
+    s.frequency = 5;
+    s.animationSpeed = 0.5;
+    s.tuning.curve = 2;
+    bool animating = false;
+    for (TuningSliderSpec& spec : color.specs) {
+        spec.set = [&s, t = spec.target](double v) { writeTuningTarget(s, t, v); };
+        spec.isEnabled = [&animating, speed = spec.title == "SPEED"] { return !speed || animating; };
+    }
+    resetTuningTab(color);
+    EXPECT_EQ(s.frequency, 2.0);
+    EXPECT_EQ(s.tuning.curve, 1.0);
+    EXPECT_EQ(s.animationSpeed, 0.5);  // SPEED was disabled
+    animating = true;
+    resetTuningTab(color);
+    EXPECT_EQ(s.animationSpeed, 0.12);
+}
+
+}  // namespace
+}  // namespace gs

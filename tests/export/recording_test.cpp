@@ -1,0 +1,146 @@
+#include <gtest/gtest.h>
+
+#include <QFileInfo>
+#include <QProcess>
+#include <QRegularExpression>
+#include <cstdlib>
+#include <map>
+
+#include "export/recording.h"
+#include "export_test_support.h"
+#include "palette_movie_support.h"
+
+namespace gs {
+namespace {
+
+QByteArray run(const QString& program, const QStringList& arguments) {
+    QProcess process;
+    process.start(program, arguments);
+    process.waitForFinished(60000);
+    return process.readAllStandardOutput();
+}
+
+// The movie's frames decoded by FFmpeg into RGB, 3 bytes a pixel, with the colour matrix and
+// range the movie is tagged with.
+std::vector<std::vector<std::uint8_t>> decodeMovie(const QString& path, std::size_t frameBytes) {
+    const QByteArray raw = run("ffmpeg", {"-v", "error", "-i", path, "-sws_flags", "bicubic+accurate_rnd+full_chroma_int",
+                                          "-f", "rawvideo", "-pix_fmt", "rgb24", "-"});
+    std::vector<std::vector<std::uint8_t>> frames;
+    for (qsizetype at = 0; at + qsizetype(frameBytes) <= raw.size(); at += qsizetype(frameBytes))
+        frames.emplace_back(raw.begin() + at, raw.begin() + at + qsizetype(frameBytes));
+    return frames;
+}
+
+// What ffprobe says of the movie's video track, and its frames' presentation times.
+std::map<QString, QString> probe(const QString& path) {
+    std::map<QString, QString> entries;
+    const QString text = run("ffprobe", {"-v", "error", "-select_streams", "v:0", "-count_frames", "-show_entries",
+                                         "stream=codec_name,width,height,r_frame_rate,nb_read_frames,pix_fmt,color_space:"
+                                         "format=format_name",
+                                         "-of", "default=noprint_wrappers=1", path});
+    for (const QString& line : text.split('\n', Qt::SkipEmptyParts))
+        if (const qsizetype eq = line.indexOf('='); eq > 0) entries[line.left(eq)] = line.mid(eq + 1);
+    entries["times"] = run("ffprobe", {"-v", "error", "-select_streams", "v:0", "-show_entries", "frame=pts_time",
+                                       "-of", "default=noprint_wrappers=1:nokey=1", path}).simplified();
+    return entries;
+}
+
+// Mean absolute difference per channel between a decoded RGB frame and an expected BGRA one.
+double meanDifference(const std::vector<std::uint8_t>& rgb, const std::vector<std::uint8_t>& bgra) {
+    double sum = 0;
+    const std::size_t pixels = rgb.size() / 3;
+    for (std::size_t i = 0; i < pixels; ++i)
+        for (std::size_t c = 0; c < 3; ++c) sum += std::abs(int(rgb[i * 3 + c]) - int(bgra[i * 4 + 2 - c]));
+    return sum / static_cast<double>(pixels * 3);
+}
+
+class Recording : public test::PrivateTempDir {};
+
+// One palette cycle at speed 1.0 of an 801 x 601 picture with every shading and sound on:
+// an 800 x 600 H.264 movie of 30 frames at 30 fps in the temporary directory, whose frame i
+// decodes (within the yuv420p round trip) to the picture recoloured at phase + i / 30 — and
+// is nearer to that than to its neighbours' phases, so no frame is shifted or repeated.
+TEST_F(Recording, RecordsOnePaletteCycleThatDecodesBackToItsFrames) {
+    const test::MoviePicture picture = test::moviePictureWithSource("sound", 801, 601, 1.0, 4.0);
+    std::vector<std::int64_t> progress;
+    RecordingOptions options;
+    options.progress = [&](std::int64_t done, std::int64_t total) {
+        EXPECT_EQ(total, 30);
+        progress.push_back(done);
+    };
+    const RecordingResult result = recordPaletteAnimation(picture.snapshot, options);
+    ASSERT_EQ(result.status, RecordingResult::Status::recorded) << result.error.toStdString();
+    EXPECT_EQ(QFileInfo(result.path).absolutePath(), QFileInfo(tempPath()).absoluteFilePath());
+    EXPECT_TRUE(QRegularExpression("^Glimmerscape-[0-9a-f]{8}(-[0-9a-f]{4}){3}-[0-9a-f]{12}\\.mov$")
+                    .match(QFileInfo(result.path).fileName())
+                    .hasMatch());
+    EXPECT_EQ(tempFiles(), QStringList{QFileInfo(result.path).fileName()});
+    std::vector<std::int64_t> oneToThirty(30);
+    for (int i = 0; i < 30; ++i) oneToThirty[static_cast<std::size_t>(i)] = i + 1;
+    EXPECT_EQ(progress, oneToThirty);
+
+    auto info = probe(result.path);
+    EXPECT_EQ(info["codec_name"], "h264");
+    EXPECT_EQ(info["width"], "800");
+    EXPECT_EQ(info["height"], "600");
+    EXPECT_EQ(info["r_frame_rate"], "30/1");
+    EXPECT_EQ(info["nb_read_frames"], "30");
+    EXPECT_EQ(info["pix_fmt"], "yuv420p");
+    EXPECT_EQ(info["color_space"], "bt709");
+    EXPECT_TRUE(info["format_name"].startsWith("mov")) << info["format_name"].toStdString();
+    QStringList times;
+    for (int i = 0; i < 30; ++i) times << QString::number(i / 30.0, 'f', 6);
+    EXPECT_EQ(info["times"], times.join(' '));
+
+    const auto movie = decodeMovie(result.path, 800 * 600 * 3);
+    ASSERT_EQ(movie.size(), 30u);
+    std::vector<std::vector<std::uint8_t>> expected;
+    for (std::int64_t i = 0; i < 30; ++i) expected.push_back(test::expectedFrame(picture, i));
+    for (std::size_t i = 0; i < 30; ++i) {
+        const double own = meanDifference(movie[i], expected[i]);
+        EXPECT_LT(own, 2.0) << "frame " << i;
+        for (const std::size_t other : {(i + 29) % 30, (i + 1) % 30}) {
+            const double d = meanDifference(movie[i], expected[other]);
+            EXPECT_LT(own * 2, d) << "frame " << i << " against " << other;
+        }
+    }
+}
+
+// Whatever stops a recording, nothing is left in the temporary directory.
+TEST_F(Recording, FailuresAndCancellationsLeaveNoFile) {
+    const PaletteAnimationSnapshot snapshot = test::moviePicture("plain", 64, 48, 1.0);
+    std::atomic<bool> cancel{false};
+    const struct {
+        const char* what;
+        std::function<void(RecordingOptions&)> set;
+        RecordingResult::Status status;
+        const char* error;
+    } cases[] = {
+        {"missing encoder", [](RecordingOptions& o) { o.encoder.encoder = "libnothing264"; },
+         RecordingResult::Status::failed, "the H.264 encoder 'libnothing264' is not available in this FFmpeg"},
+        {"refused frame", [](RecordingOptions& o) { o.encoder.refuseFrame = 5; },
+         RecordingResult::Status::failed, "the encoder refused frame 5 (forced)"},
+        {"unwritable place", [&](RecordingOptions& o) { o.path = tempPath() + "/missing/movie.mov"; },
+         RecordingResult::Status::failed, "cannot create"},
+        {"no temporary directory", [&](RecordingOptions&) { qputenv("TMPDIR", QByteArray("/nonexistent/tmp")); },
+         RecordingResult::Status::failed, "there is no temporary directory"},
+        {"cancelled", [&](RecordingOptions& o) {
+             o.cancel = &cancel;
+             o.progress = [&](std::int64_t done, std::int64_t) { if (done == 3) cancel = true; };
+         }, RecordingResult::Status::cancelled, ""},
+    };
+    for (const auto& c : cases) {
+        RecordingOptions options;
+        c.set(options);
+        const RecordingResult result = recordPaletteAnimation(snapshot, options);
+        EXPECT_EQ(result.status, c.status) << c.what;
+        EXPECT_TRUE(*c.error ? result.error.startsWith(c.error) : result.error.isEmpty())
+            << c.what << ": " << result.error.toStdString();
+        EXPECT_TRUE(result.path.isEmpty()) << c.what;
+        EXPECT_EQ(tempFiles(), QStringList{}) << c.what;
+        restoreTempDir();
+    }
+}
+
+}  // namespace
+}  // namespace gs

@@ -1,0 +1,139 @@
+// Sound mode's controls: the Sound toggle and its full-screen copy, the level meter beside it,
+// the input menu, and the tooltip that says why listening failed or stopped.
+#include <QMenu>
+#include <QSettings>
+#include <QToolButton>
+
+#include "fake_microphone.h"
+#include "library/preferences.h"
+#include "sound/audio_capture.h"
+#include "ui/bracket_controls.h"
+#include "ui/julia_view.h"
+#include "ui/sound_controls.h"
+#include "ui_test_support.h"
+
+namespace gs::test {
+namespace {
+
+struct ClearedPreferences {
+    ClearedPreferences() { QSettings(QSettings::NativeFormat, QSettings::UserScope, "glimmerscape", "glimmerscape").clear(); }
+};
+
+struct SoundControls : ::testing::Test {
+    ClearedPreferences cleared;
+    FakeMicrophone* microphone = new FakeMicrophone;
+    Explorer e{std::unique_ptr<AudioInput>(microphone)};
+    QWidget* row = e.c().findChild<QWidget*>("soundRow");
+    BracketToggleControl* toggle = row->findChild<BracketToggleControl*>();
+    BracketToggleControl* copy = e.c().findChild<BracketToggleControl*>("fullScreen Sound");
+    SoundLevelMeter* meter = row->findChild<SoundLevelMeter*>();
+    QMenu* menu = row->findChild<QToolButton*>("soundInputButton")->menu();
+
+    // The menu as it opens, a check mark before the chosen entry.
+    QStringList openMenu() {
+        Q_EMIT menu->aboutToShow();
+        QStringList shown;
+        for (const QAction* a : menu->actions())
+            if (!a->isSeparator()) shown << (a->isChecked() ? "✓ " : "") + a->text();
+        return shown;
+    }
+    void choose(const QString& text) {
+        for (QAction* a : menu->actions())
+            if (a->text() == text) a->trigger();
+    }
+    // Two ticks a tenth of a second apart while a loud tone plays.
+    void playTone() {
+        double now = 0;
+        e.c().animationNow = [&] { return now; };
+        microphone->playLoudTone();
+        e.c().animationTick();
+        now = 0.1;
+        e.c().animationTick();
+        e.c().animationNow = nullptr;
+    }
+};
+
+TEST_F(SoundControls, BothTogglesShowListeningAndTheMeterAppearsInItsOwnPlace) {
+    const QRect rowAt = row->geometry(), toggleAt = toggle->geometry();
+    toggle->click();
+    ASSERT_TRUE(e.c().soundEnabled());
+    QCoreApplication::processEvents();
+    EXPECT_TRUE(toggle->isChecked() && copy->isChecked());
+    EXPECT_TRUE(meter->isVisible());
+    EXPECT_EQ(row->geometry(), rowAt);
+    EXPECT_EQ(toggle->geometry(), toggleAt);
+    EXPECT_TRUE(row->rect().contains(meter->geometry()));
+    playTone();
+    EXPECT_GT(meter->level(), 0.5);
+
+    copy->click();
+    EXPECT_FALSE(e.c().soundEnabled());
+    EXPECT_FALSE(toggle->isChecked() || copy->isChecked());
+    EXPECT_FALSE(meter->isVisible());
+    EXPECT_EQ(meter->level(), 0.0);
+    ASSERT_TRUE(e.settle());
+}
+
+// A failed start says why until the next start succeeds; a lost input says it went away.
+TEST_F(SoundControls, TheTooltipSaysWhySoundIsOff) {
+    microphone->fail = true;
+    e.c().toggleSoundAction();
+    EXPECT_FALSE(toggle->isChecked());
+    for (const QWidget* control : {static_cast<QWidget*>(toggle), static_cast<QWidget*>(copy)})
+        EXPECT_TRUE(control->toolTip().startsWith("No microphone or other audio input was found.\n"));
+    microphone->fail = false;
+    e.c().toggleSoundAction();
+    EXPECT_EQ(toggle->toolTip(), "Listening (Ctrl+Shift+M)");
+
+    microphone->lost();
+    ASSERT_TRUE(waitFor([&] { return !e.c().soundEnabled(); }));
+    EXPECT_FALSE(toggle->isChecked() || copy->isChecked());
+    EXPECT_TRUE(toggle->toolTip().startsWith("The audio input went away, so sound mode stopped.\n"));
+    ASSERT_TRUE(e.settle());
+}
+
+// The menu lists the inputs afresh, remembers a choice and listens to it at once; an input
+// that cannot be opened ends sound mode.
+TEST_F(SoundControls, TheInputMenuChoosesRemembersAndRestartsListening) {
+    QList<AudioInputChoice> inputs{{"mic.usb", "USB Microphone"}};
+    e.c().listSoundInputs = [&] { return inputs; };
+    EXPECT_EQ(openMenu(), QStringList({"✓ System Default", "USB Microphone"}));
+    inputs.append(AudioInputChoice{"mic.pci", "Built-in Audio & Line"});
+    EXPECT_EQ(openMenu(), QStringList({"✓ System Default", "USB Microphone", "Built-in Audio && Line"}));
+
+    e.c().switchSoundMode(true);
+    choose("Built-in Audio && Line");
+    EXPECT_EQ(PreferencesStore().soundInputDevice(), "mic.pci");
+    EXPECT_EQ(microphone->starts, 2);
+    EXPECT_TRUE(e.c().soundEnabled());
+    EXPECT_EQ(openMenu(), QStringList({"System Default", "USB Microphone", "✓ Built-in Audio && Line"}));
+
+    microphone->fail = true;
+    choose("USB Microphone");
+    EXPECT_FALSE(e.c().soundEnabled());
+    EXPECT_TRUE(toggle->toolTip().startsWith("No microphone"));
+    ASSERT_TRUE(e.settle());
+}
+
+TEST(SoundInput, TheRememberedInputIsGivenToTheCaptureAtStartAndOnChange) {
+    ClearedPreferences cleared;
+    PreferencesStore().setSoundInputDevice("mic.usb");
+    Explorer e;
+    ASSERT_TRUE(e.c().soundCapture());
+    EXPECT_EQ(e.c().soundCapture()->inputDeviceId(), "mic.usb");
+    e.c().chooseSoundInput("");
+    EXPECT_EQ(e.c().soundCapture()->inputDeviceId(), "");
+}
+
+// The Julia companion's colours take the same shift from the sound as the main picture.
+TEST_F(SoundControls, TheJuliaPictureMovesWithTheSound) {
+    e.c().switchSoundMode(true);
+    ASSERT_TRUE(e.settle());
+    const QImage before = e.c().juliaView()->makeImage().copy();  // the view paints over its own
+    playTone();
+    ASSERT_TRUE(e.settle());
+    EXPECT_NE(e.c().juliaView()->makeImage(), before);
+}
+
+}  // namespace
+}  // namespace gs::test

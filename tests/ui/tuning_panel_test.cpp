@@ -1,0 +1,283 @@
+// Advanced mode in the real window: sliders driven by mouse, keyboard and assistive
+// technologies, what a change does to the picture, the preferences and the amber dot, the reset
+// label, the help card and its closing, numeric entry, and the panel's three layouts.
+#include <QAccessible>
+#include <QAbstractButton>
+#include <QLineEdit>
+#include <QSettings>
+#include <cmath>
+
+#include "library/preferences.h"
+#include "ui/advanced_mode_tag.h"
+#include "ui/bracket_slider_control.h"
+#include "ui/julia_view.h"
+#include "ui/tuning_entry_dialog.h"
+#include "ui/tuning_help_card.h"
+#include "ui/tuning_panel_view.h"
+#include "ui_test_support.h"
+
+namespace gs::test {
+namespace {
+
+using Slider = BracketSliderControl;
+
+struct Advanced : ::testing::Test {
+    Advanced() { QSettings(QSettings::NativeFormat, QSettings::UserScope, "glimmerscape", "glimmerscape").clear(); }
+    Explorer e;
+    TuningPanelView& panel() { return *e.c().tuningPanel(); }
+    void enter() {
+        if (!e.c().isAdvancedMode()) e.c().handleModeTagTap();
+        ASSERT_TRUE(e.settle());
+    }
+    // The slider titled `title`, after selecting its tab.
+    Slider* slider(const char* title) {
+        for (int t = 0; t < static_cast<int>(panel().tabs().size()); ++t)
+            for (const TuningSliderSpec& spec : panel().tabs()[static_cast<std::size_t>(t)].specs)
+                if (spec.title == title) {
+                    panel().selectTab(t);
+                    for (Slider* s : panel().sliders())
+                        if (s->spec().title == title) return s;
+                }
+        ADD_FAILURE() << "no slider " << title;
+        return nullptr;
+    }
+    bool dotShown() { return e.c().modeTag()->isDotShown(); }
+};
+
+double trackX(Slider* s, double position) { return Slider::kTrackStart + position * s->trackLength(); }
+
+void press(QWidget* w, double x) { mouse(w, QEvent::MouseButtonPress, {x, w->height() / 2.0}, Qt::LeftButton, Qt::LeftButton); }
+void release(QWidget* w, double x) { mouse(w, QEvent::MouseButtonRelease, {x, w->height() / 2.0}, Qt::LeftButton, Qt::NoButton); }
+
+// A press on the track, within 10 points of its ends, takes the value there; a press further
+// left asks for help and changes nothing; a drag follows the pointer absolutely.
+TEST_F(Advanced, PressesAndDragsMapTheTrackAbsolutely) {
+    enter();
+    Slider* frequency = slider("FREQUENCY");
+    ASSERT_TRUE(frequency);
+    press(frequency, trackX(frequency, 0.5));
+    EXPECT_NEAR(e.c().frequency(), 0.894427191, 1e-9);
+    mouse(frequency, QEvent::MouseMove, {trackX(frequency, 1.5), 12}, Qt::NoButton, Qt::LeftButton);
+    EXPECT_EQ(e.c().frequency(), 8.0);
+    release(frequency, trackX(frequency, 1.5));
+    press(frequency, Slider::kTrackStart - 9);  // inside the margin: the lower end
+    release(frequency, Slider::kTrackStart - 9);
+    EXPECT_EQ(e.c().frequency(), 0.1);
+    EXPECT_FALSE(panel().helpCard());
+    press(frequency, Slider::kTrackStart - 11);
+    EXPECT_EQ(e.c().frequency(), 0.1);
+    ASSERT_TRUE(panel().helpCard());
+    EXPECT_EQ(panel().helpCard()->title(), QStringLiteral("FREQUENCY"));
+}
+
+TEST_F(Advanced, KeyboardAndAccessibilityStepATwentiethGeometricallyOnLogSliders) {
+    enter();
+    Slider* frequency = slider("FREQUENCY");
+    ASSERT_TRUE(frequency);
+    QTest::keyClick(frequency, Qt::Key_Right);
+    EXPECT_NEAR(e.c().frequency(), 2.0 * std::pow(80.0, 0.05), 1e-12);
+    QAccessibleInterface* a = QAccessible::queryAccessibleInterface(frequency);
+    ASSERT_TRUE(a && a->valueInterface() && a->actionInterface());
+    EXPECT_EQ(a->role(), QAccessible::Slider);
+    a->actionInterface()->doAction(QAccessibleActionInterface::decreaseAction());
+    a->actionInterface()->doAction(QAccessibleActionInterface::decreaseAction());
+    EXPECT_NEAR(e.c().frequency(), 2.0 / std::pow(80.0, 0.05), 1e-12);
+    EXPECT_EQ(a->text(QAccessible::Value), QStringLiteral("1.61"));
+    Slider* direction = slider("DIRECTION");
+    QTest::keyClick(direction, Qt::Key_Left);
+    EXPECT_NEAR(lightAzimuthDegrees(e.c().reliefLightRawX(), e.c().reliefLightRawY()), 207, 1e-9);
+}
+
+// The values of a tab whose effect is off still change, are applied to both views and saved,
+// and once back in standard mode the amber dot says so.
+TEST_F(Advanced, ASliderOfATabWhoseEffectIsOffChangesSavesAndLightsTheDot) {
+    enter();
+    ASSERT_FALSE(e.c().glowEnabled());
+    Slider* strength = slider("STRENGTH");
+    EXPECT_FALSE(panel().tabButton(panel().selectedIndex())->toolTip().isEmpty());  // says glow is off
+    QTest::keyClick(strength, Qt::Key_End);
+    EXPECT_EQ(e.c().tuning().glowStrength, 2.0);
+    EXPECT_EQ(e.view().tuning, e.c().tuning());
+    EXPECT_EQ(e.c().juliaView()->tuning, e.c().tuning());
+    EXPECT_EQ(PreferencesStore().load().shadingTuning->glowStrength, 2.0);
+    EXPECT_FALSE(dotShown());  // hidden while the panel is open
+    e.c().handleModeTagTap();
+    EXPECT_FALSE(PreferencesStore().load().advancedMode);
+    EXPECT_TRUE(dotShown());
+    e.c().resetAll();
+    EXPECT_FALSE(dotShown());
+}
+
+TEST_F(Advanced, TheAmberDotIgnoresFrequencyPhaseAndTheLight) {
+    enter();
+    for (const char* title : {"FREQUENCY", "PHASE", "DIRECTION", "DRAMA"}) QTest::keyClick(slider(title), Qt::Key_End);
+    e.c().handleModeTagTap();
+    EXPECT_FALSE(dotShown());
+    for (const char* title : {"SPEED", "SPIN"}) {
+        enter();
+        if (std::string(title) == "SPEED") e.c().toggleAnimateColors();
+        QTest::keyClick(slider(title), Qt::Key_Home);
+        e.c().handleModeTagTap();
+        EXPECT_TRUE(dotShown()) << title;
+        e.c().resetAll();
+    }
+}
+
+// Reset acts on the selected tab's enabled sliders: SPEED keeps its value while Animate is off.
+TEST_F(Advanced, ResetLeavesOtherTabsAndADisabledSpeed) {
+    enter();
+    e.c().toggleAnimateColors();
+    QTest::keyClick(slider("SPEED"), Qt::Key_End);
+    e.c().toggleAnimateColors();
+    Slider* speed = slider("SPEED");
+    EXPECT_FALSE(speed->isSliderEnabled());
+    QTest::keyClick(speed, Qt::Key_Home);  // refused while disabled
+    press(speed, trackX(speed, 0.0));
+    EXPECT_EQ(e.c().animationSpeed(), 1.0);
+    QTest::keyClick(slider("CURVE"), Qt::Key_End);
+    QTest::keyClick(slider("TINT"), Qt::Key_End);
+    slider("CURVE");
+    panel().resetControl()->click();
+    EXPECT_EQ(e.c().tuning().curve, 1.0);
+    EXPECT_EQ(e.c().animationSpeed(), 1.0);
+    EXPECT_EQ(e.c().tuning().glowTint, 1.0);
+    EXPECT_EQ(PreferencesStore().load().shadingTuning->curve, 1.0);
+}
+
+// The card explains the slider whose name was pressed; Escape closes it first, and so does
+// every gesture that begins on the picture.
+TEST_F(Advanced, HelpCardClosesWithEscapeAndThePictureGestures) {
+    enter();
+    MandelbrotView& v = e.view();
+    const std::vector<std::pair<const char*, std::function<void()>>> closers = {
+        {"Escape", [&] { EXPECT_TRUE(e.c().handleEscape()); }},
+        {"palette shift", [&] { v.onPaletteShiftBegan(); }},
+        {"frequency shift", [&] { v.onFrequencyShiftBegan(); }},
+        {"history", [&] { v.onZoomHistoryBackRequested(); }},
+        {"new palette", [&] { v.onColorCycleRequested(); }},
+        {"selection", [&] { v.onSelectionChanged(std::nullopt); }},
+        {"zoom", [&] { v.onZoomRequested(RectF{10, 10, 40, 30}); }},
+    };
+    for (const auto& [name, close] : closers) {
+        SCOPED_TRACE(name);
+        Slider* shadow = slider("SHADOW");
+        press(shadow, 4);
+        ASSERT_TRUE(panel().helpCard());
+        EXPECT_EQ(panel().helpCard()->lines(), (QStringList{"How dark the shaded side gets.",
+                                                            "Range -0.30 to +0.30; default +0.00.",
+                                                            "Up: lighter shadows.", "Down: deeper shadows."}));
+        EXPECT_EQ(e.c().offeredEscapeCommands().value(0), QStringLiteral("Close Help"));
+        close();
+        EXPECT_FALSE(panel().helpCard());
+        ASSERT_TRUE(e.settle());
+    }
+}
+
+// Double click: the first press's jump is undone and the dialog asks for an exact value; text
+// that is not a number keeps it open, a number outside the range is clamped.
+TEST_F(Advanced, NumericEntryClampsAndRefusesText) {
+    enter();
+    Slider* calm = slider("EDGE CALM");
+    const double before = e.c().tuning().reliefEdgeCalm;
+    press(calm, trackX(calm, 0.9));
+    release(calm, trackX(calm, 0.9));
+    mouse(calm, QEvent::MouseButtonDblClick, {trackX(calm, 0.9), 12}, Qt::LeftButton, Qt::LeftButton);
+    EXPECT_EQ(e.c().tuning().reliefEdgeCalm, before);
+    auto* dialog = e.c().findChild<TuningEntryDialog*>();
+    ASSERT_TRUE(dialog && dialog->isVisible());
+    EXPECT_EQ(dialog->windowTitle(), QStringLiteral("Edge Calm"));
+    dialog->field()->setText(QStringLiteral("soft"));
+    EXPECT_FALSE(dialog->submit());
+    EXPECT_TRUE(dialog->isVisible());
+    EXPECT_EQ(e.c().tuning().reliefEdgeCalm, before);
+    dialog->field()->setText(QStringLiteral("9"));
+    EXPECT_TRUE(dialog->submit());
+    EXPECT_FALSE(dialog->isVisible());
+    EXPECT_EQ(e.c().tuning().reliefEdgeCalm, 1.4);
+    EXPECT_EQ(calm->current(), 1.4);
+}
+
+// Every slider event of a drag arriving in one pass of the event loop makes one recolour.
+TEST_F(Advanced, ABurstOfDragStepsIsOneRecolour) {
+    enter();
+    e.c().toggleDistanceEstimation();
+    e.c().toggleGlow();
+    e.c().toggleOrbitTraps();
+    e.c().toggle3DRelief();
+    ASSERT_TRUE(e.settle());
+    int recolours = 0;
+    e.view().onImageUpdated = [&](const QImage&) { ++recolours; };
+    Slider* curve = slider("CURVE");
+    press(curve, trackX(curve, 0.1));
+    for (int i = 2; i <= 20; ++i)
+        mouse(curve, QEvent::MouseMove, {trackX(curve, i / 20.0), 12}, Qt::NoButton, Qt::LeftButton);
+    release(curve, trackX(curve, 1.0));
+    ASSERT_TRUE(e.settle());
+    EXPECT_EQ(recolours, 1);
+    EXPECT_EQ(e.view().tuning.curve, 2.5);
+}
+
+TEST_F(Advanced, AccessorsHoldTheControllerWeakly) {
+    std::vector<TuningTab> tabs = e.c().buildTuningTabs();
+    e.window.reset();
+    const TuningSliderSpec& curve = tabs[0].specs[3];
+    EXPECT_EQ(curve.get(), 1.0);  // the slider's default
+    curve.set(2.0);               // nothing to set
+    EXPECT_FALSE(tabs[0].isModeOn());
+}
+
+// No control of the sidebar, the bottom bar or the panel overlaps another or leaves its area,
+// in either mode, at each layout; the panel stays under the picture; docked help cards fit.
+TEST_F(Advanced, EveryLayoutFitsFromTheMinimumSizeUp) {
+    const struct {
+        QSize size;
+        TuningPanelView::Layout layout;
+    } cases[] = {{{860, 560}, TuningPanelView::Layout::overlay},
+                 {{1240, 800}, TuningPanelView::Layout::standard},
+                 {{1920, 1080}, TuningPanelView::Layout::wide}};
+    for (const auto& c : cases) {
+        for (bool advanced : {false, true}) {
+            if (e.c().isAdvancedMode() != advanced) e.c().handleModeTagTap();
+            e.window->resize(c.size);
+            ASSERT_TRUE(e.settle());
+            SCOPED_TRACE(testing::Message() << c.size.width() << "x" << c.size.height() << (advanced ? " advanced" : ""));
+            for (const char* area : {"sidebar", "statusBar", "tuningPanel"}) {
+                const auto* parent = e.c().findChild<QWidget*>(QLatin1String(area));
+                if (!parent->isVisible()) continue;
+                std::vector<const QWidget*> shown;
+                for (const QWidget* child : parent->findChildren<QWidget*>(Qt::FindDirectChildrenOnly))
+                    if (child->isVisible()) shown.push_back(child);
+                for (std::size_t i = 0; i < shown.size(); ++i) {
+                    EXPECT_TRUE(parent->rect().contains(shown[i]->geometry())) << area << " " << i;
+                    for (std::size_t j = i + 1; j < shown.size(); ++j)
+                        EXPECT_FALSE(shown[i]->geometry().intersects(shown[j]->geometry())) << area << " " << i << "/" << j;
+                }
+            }
+            const QRect picture(e.view().mapTo(e.window.get(), QPoint(0, 0)), e.view().size());
+            EXPECT_EQ(panel().isVisible(), advanced);
+            if (!advanced) continue;
+            EXPECT_EQ(panel().currentLayout(), c.layout);
+            EXPECT_FALSE(panel().geometry().intersects(picture));
+            EXPECT_GE(e.view().height(), 300);
+            for (int t = 0; t < static_cast<int>(panel().tabs().size()); ++t) {
+                panel().selectTab(t);
+                for (int s = 0; s < static_cast<int>(panel().sliders().size()); ++s) {
+                    panel().showHelp(s);
+                    const TuningHelpCard* card = panel().helpCard();
+                    EXPECT_GE(card->height(), card->heightForWidth(card->width())) << card->title().toStdString();
+                    const QRect inWindow(card->mapTo(e.window.get(), QPoint(0, 0)), card->size());
+                    EXPECT_TRUE(e.window->rect().contains(inWindow)) << card->title().toStdString();
+                }
+            }
+            panel().hideHelp();
+            panel().selectTab(0);
+        }
+    }
+    e.c().toggleFullScreen();  // the picture has the screen to itself
+    EXPECT_FALSE(panel().isVisible());
+    e.c().toggleFullScreen();
+    EXPECT_TRUE(panel().isVisible());
+}
+
+}  // namespace
+}  // namespace gs::test
