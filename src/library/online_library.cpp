@@ -3,6 +3,8 @@
 #include <QStringDecoder>
 
 #include "core/mapfile.h"
+#include "library/bookmark_library.h"
+#include "library/names.h"
 #include "library/online_library_texts.h"
 #include "library/palette_library.h"
 
@@ -163,6 +165,18 @@ OnlinePaletteLibrary::StoreStep paletteStoreStep(PaletteLibrary& library) {
         const MapParseResult parsed = parseMap(std::string_view(body.constData(), body.size()));
         return parsed.colors &&
                library.save(library.uniqueFileName(entry.name), *parsed.colors).has_value();
+    };
+}
+
+OnlineBookmarkLibrary::StoreStep bookmarkStoreStep(BookmarkLibrary& library) {
+    return [&library](const QByteArray& body, const RemoteBookmarkEntry& entry) {
+        std::optional<Bookmark> bookmark = decodeBookmark(body);
+        if (!bookmark) return false;
+        QString name = trimBlanks(entry.name);
+        if (name.isEmpty()) name = trimBlanks(bookmark->name);
+        if (name.isEmpty()) return false;
+        bookmark->name = library.uniqueName(name);
+        return library.add(*bookmark);
     };
 }
 

@@ -24,6 +24,7 @@
 
 namespace gs {
 
+class BookmarkLibrary;
 class PaletteLibrary;
 
 struct LoadState {
@@ -176,6 +177,11 @@ extern template class OnlineLibrary<BookmarkLibraryKind>;
 // Stores a downloaded ".map" body (UTF-8 text) in the palette store under the unique file name
 // the entry's name gives.
 OnlinePaletteLibrary::StoreStep paletteStoreStep(PaletteLibrary& library);
+
+// Stores a downloaded bookmark (one JSON object) in the bookmark file, named after the entry
+// (or, when the entry's name is blank, the record's own) and numbered when a user bookmark has
+// that name already.
+OnlineBookmarkLibrary::StoreStep bookmarkStoreStep(BookmarkLibrary& library);
 
 // The libraries at the configured origin.
 std::unique_ptr<OnlinePaletteLibrary> makeOnlinePaletteLibrary(PaletteLibrary& library);

@@ -10,6 +10,7 @@
 #include "core/mapfile.h"
 #include "library/atomic_file.h"
 #include "library/names.h"
+#include "library/palette_texts.h"
 
 // The built-in palettes are compiled into this static library; registering them here (outside
 // any namespace, as the macro requires) keeps the linker from dropping them.
@@ -191,6 +192,18 @@ std::optional<QString> PaletteLibrary::shareableFilePath(const SavedPalette& pal
         !writeFileAtomically(path, QByteArray(text.data(), static_cast<qsizetype>(text.size()))))
         return std::nullopt;
     return path;
+}
+
+std::vector<PaletteSection> paletteSections(const QList<SavedPalette>& user,
+                                            const QList<SavedPalette>& builtIn) {
+    std::vector<PaletteSection> sections;
+    if (!user.isEmpty()) sections.push_back({paletteTexts::mineSection, user});
+    sections.push_back({paletteTexts::builtInSection, builtIn});
+    return sections;
+}
+
+QString paletteBrowserNote(const QList<SavedPalette>& user) {
+    return user.isEmpty() ? paletteTexts::emptyNote : QString();
 }
 
 }  // namespace gs

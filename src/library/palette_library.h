@@ -5,6 +5,7 @@
 #include <QList>
 #include <QString>
 #include <optional>
+#include <vector>
 
 #include "core/palette.h"
 
@@ -72,6 +73,19 @@ private:
     QString builtInDirectory_;
     bool userDirectoryReady_ = false;
 };
+
+// One titled group of the palette browser.
+struct PaletteSection {
+    QString title;
+    QList<SavedPalette> palettes;
+};
+
+// The browser's sections: "Mine" with the user's palettes when there is at least one, then
+// "Built-in" (always, even when empty).
+std::vector<PaletteSection> paletteSections(const QList<SavedPalette>& user,
+                                            const QList<SavedPalette>& builtIn);
+// The note above the list: the empty-collection text while the user has no palettes.
+QString paletteBrowserNote(const QList<SavedPalette>& user);
 
 // Reads a ".map" file of at most a few megabytes; empty when it cannot be read or is not a
 // valid 256-colour palette.

@@ -63,6 +63,52 @@ AlertText deleteQuestion(const QString& name) {
             QStringLiteral("This can't be undone.")};
 }
 
+AlertText duplicateFailed() { return {QStringLiteral("Couldn't Duplicate"), saveFailed().message}; }
+
+AlertText renameFailed() {
+    return {QStringLiteral("Couldn't Rename"),
+            QStringLiteral("There was a problem renaming this palette's file. Check that its "
+                           "folder can be written to and try again.")};
+}
+
+AlertText deleteFailed() {
+    return {QStringLiteral("Couldn't Delete"),
+            QStringLiteral("There was a problem deleting this palette's file. Check that its "
+                           "folder can be written to and try again.")};
+}
+
+AlertText shareFailed() {
+    return {QStringLiteral("Couldn't Share"),
+            QStringLiteral("There was a problem making a copy of this palette to share. Check "
+                           "available storage and try again.")};
+}
+
+QString sharedNotice(const QString& fileName) {
+    return kCurlyOpen + fileName + kCurlyClose +
+           QStringLiteral(" is on the clipboard — paste the file into a folder or a message, or "
+                          "its path as text.");
+}
+
+QString browserExplanations(const QString& userFolder) {
+    return QStringLiteral(
+               "Palettes are plain text files in the .map format that Fractint made popular: "
+               "256 lines, one colour each, written as red, green and blue from 0 to 255. "
+               "Other fractal programs that read .map files can use yours, and theirs come in "
+               "here with Import Local….\n\n"
+               "Click a palette (or press Enter) to colour the picture with it; the browser "
+               "stays open so you can flip through them. Save Current… keeps the palette on "
+               "screen under a name of your choice; saving under a name you already use "
+               "replaces that palette.\n\n"
+               "Your palettes are kept one file each in\n") +
+           userFolder +
+           QStringLiteral(
+               "\nYou can back them up, copy them or edit them there; the browser lists every "
+               "valid .map file it finds.\n\n"
+               "To share a palette, right-click it (or press the Menu key) and choose Share…: "
+               "the file goes on the clipboard, ready to paste into a folder, a mail or a "
+               "chat. Online Library… brings in more palettes from the Glimmerscape library.");
+}
+
 bool importNeedsQuestion(qsizetype pickedFiles) { return pickedFiles > kImportWithoutAsking; }
 
 AlertText importQuestion(qsizetype pickedFiles) {

@@ -24,9 +24,10 @@ struct NamePrompt {
 
 namespace paletteTexts {
 
-inline const QString saveCurrentButton = QStringLiteral("SAVE CURRENT…");
-inline const QString importLocalButton = QStringLiteral("IMPORT LOCAL…");
-inline const QString onlineLibraryButton = QStringLiteral("ONLINE LIBRARY…");
+// The browser's actions, in the sidebar's title case (the empty note names the first).
+inline const QString saveCurrentButton = QStringLiteral("Save Current…");
+inline const QString importLocalButton = QStringLiteral("Import Local…");
+inline const QString onlineLibraryButton = QStringLiteral("Online Library…");
 inline const QString mineSection = QStringLiteral("Mine");
 inline const QString builtInSection = QStringLiteral("Built-in");
 inline const QString emptyNote =
@@ -51,6 +52,15 @@ AlertText saveFailed();
 AlertText duplicateClash(const QString& name);
 AlertText renameClash(const QString& name);
 AlertText deleteQuestion(const QString& name);
+// When the disk refuses a change: the copy, the new name, the removal, the file to share.
+AlertText duplicateFailed();
+AlertText renameFailed();
+AlertText deleteFailed();
+AlertText shareFailed();
+// The notice after Share…: the file (named by its file name) is on the clipboard.
+QString sharedNotice(const QString& fileName);
+// The browser's explanations; userFolder is where the user's palettes are kept.
+QString browserExplanations(const QString& userFolder);
 
 // More files than this at once are imported only after the question below.
 constexpr qsizetype kImportWithoutAsking = 200;

@@ -20,8 +20,8 @@ protected:
     void keyPressEvent(QKeyEvent* event) override;
     // Whether the brackets show the accent colour.
     virtual bool lit() const { return isDown(); }
-    // Whether the control is drawn dimmed (still focusable and clickable).
-    virtual bool dimmed() const { return false; }
+    // Whether the control is drawn dimmed: disabled, or (for some) still clickable but idle.
+    virtual bool dimmed() const { return !isEnabled(); }
 };
 
 // An on/off state. Clicking only asks for the command; the controller sets the shown state

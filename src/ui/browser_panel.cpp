@@ -88,7 +88,8 @@ private:
         p->setFont(option.font);
         p->setPen(current ? style::kTextBright : style::kText);
         const QString name = option.fontMetrics.elidedText(index.data(Qt::DisplayRole).toString(), Qt::ElideRight, text.width());
-        p->drawText(text, Qt::AlignLeft | Qt::AlignTop, name);
+        const bool oneLine = index.data(detailRole).toString().isEmpty();  // the name alone sits in the middle
+        p->drawText(text, Qt::AlignLeft | (oneLine ? Qt::AlignVCenter : Qt::AlignTop), name);
         const QFont small = scaled(option.font, 0.85);
         p->setFont(small);
         p->setPen(style::kCaption);
@@ -148,6 +149,7 @@ BrowserPanel::BrowserPanel(const QString& title, QWidget* host) : QWidget(host),
     column->addLayout(header);
 
     note_ = new QLabel(this);
+    note_->setObjectName(QStringLiteral("note"));
     note_->setWordWrap(true);
     note_->setContentsMargins(kMargin, 4, kMargin, 4);
     QPalette notePalette = note_->palette();

@@ -34,6 +34,8 @@ const std::vector<InputMapping>& inputMappings() {
          QStringLiteral("Right click"), QStringLiteral("Menu key or Shift+F10")},
         {QStringLiteral("Reset View"), QStringLiteral("—"), QStringLiteral("—"),
          QStringLiteral("Ctrl+0")},
+        {QStringLiteral("Palette browser (Esc closes it)"), QStringLiteral("—"),
+         QStringLiteral("Palettes… in the sidebar"), QStringLiteral("Ctrl+P")},
         {QStringLiteral("Distance Estimation / Glow / Orbit Traps / 3D Relief"),
          QStringLiteral("—"), QStringLiteral("—"),
          QStringLiteral("Ctrl+D / Ctrl+G / Ctrl+T / Ctrl+E")},

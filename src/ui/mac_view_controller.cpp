@@ -33,7 +33,9 @@ MacViewController::MacViewController(QWidget* parent, std::unique_ptr<AudioInput
     // enough that a new render never waits behind them.
     renderPool_.setMaxThreadCount(kMaxRenderThreads);
     installDefaultPresenters();
+    installDialogPresenters();
     buildInterface();
+    buildPalettes();
     buildSoundAnalyzer(std::move(soundInput));
     connectViewCallbacks();
     loadPreferences();

@@ -34,6 +34,7 @@
 #include "explore/tuning_slider.h"
 #include "explore/zoom_history.h"
 #include "library/bookmark.h"
+#include "library/palette_library.h"
 #include "sound/audio_input.h"
 #include "sound/sound_input_menu.h"
 #include "sound/sound_mapping.h"
@@ -54,10 +55,11 @@ class AdvancedModeTag;
 class BookmarksBrowser;
 class BracketActionControl;
 class BracketToggleControl;
+class BrowserPanel;
 class HUDStatView;
 class JuliaView;
 class MandelbrotView;
-class NoticeView;
+class NoticeOverlay;
 class PictureFrame;
 class PreferencesStore;
 class Sidebar;
@@ -173,6 +175,37 @@ public:
     // The snapshot fading out over a new auto-explore picture in full screen, if any.
     QWidget* autoDissolveOverlay() const { return autoDissolveOverlay_; }
 
+    // --- Palettes (mac_view_controller_palettes.cpp) ---
+    // The palette browser: a drawer over the picture (the sidebar's "Palettes…", Ctrl+P).
+    void showPaletteBrowser();
+    void hidePaletteBrowser();
+    void togglePaletteBrowser();
+    void hidePaletteExplanationsOverlay();
+    BrowserPanel* paletteBrowser() const { return paletteBrowser_; }
+    // Colours the picture with a saved palette: auto-explore ends; the mode becomes smooth, the
+    // frequency 2 and the phase 0; it becomes the current palette and the bookmark name is
+    // cleared. The browser stays open, so palettes can be flipped through.
+    void applyPalette(const SavedPalette& palette);
+    // Asks for a name and saves the colour table as it is (a palette of that name is replaced).
+    void saveCurrentPalette();
+    void duplicatePalette(const SavedPalette& palette);
+    void renamePalette(const SavedPalette& palette);  // user palettes only
+    void deletePalette(const SavedPalette& palette);  // user palettes only, after asking
+    // Puts the palette's file on the clipboard, as a file and as its path, and says so.
+    void sharePalette(const SavedPalette& palette);
+    // The file dialog; the files chosen go to importPaletteFiles.
+    void importLocalPalettes();
+    // Imports ".map" files (asking first when there are more than 200) and reports how it went.
+    void importPaletteFiles(const QStringList& paths);
+    // Reloads the user's and the built-in palettes, and the browser.
+    void refreshPaletteCaches();
+    const QList<SavedPalette>& userPalettesCache() const { return userPalettesCache_; }
+    const QList<SavedPalette>& builtInPalettesCache() const { return builtInPalettesCache_; }
+    // The online libraries: each opens its screen over the window; when it closes having
+    // imported something, the lists of what it imported are reloaded.
+    void showOnlinePaletteLibrary();
+    void showOnlineBookmarkLibrary();
+
     // --- Escape ---
     // Escape closes the topmost open panel or overlay, or leaves full screen. Each closing is a
     // named command, offered only while what it closes is open; a lower layer closes first
@@ -218,14 +251,6 @@ public:
     BookmarksBrowser* bookmarksBrowser() const { return bookmarksBrowser_; }
     // The sidebar's two lines: the bookmark's name (or "Unsaved Location") and the zoom.
     QString bookmarkStatusText() const;
-    // The online library of bookmarks, over the window. Defined with that screen; weak, so that
-    // the window links (and leaves its "Online Library…" action inert) without it.
-    [[gnu::weak]] void showOnlineBookmarkLibrary();
-    // How titled alerts, name fields and brief notes are shown; tests replace them.
-    std::function<void(const AlertQuestion&, std::function<void()> onAccept)> presentQuestion;
-    std::function<void(const TextPrompt&, std::function<void(const QString&)> onAccept)> presentTextPrompt;
-    std::function<void(const QString& title, const QString& message)> presentTitledAlert;
-    std::function<void(const QString& text)> presentNotice;
 
     // --- Render pipeline ---
     void render();
@@ -270,6 +295,15 @@ public:
     std::function<void(const QString& message, std::function<void()> onYes)> presentConfirmation;
     // The alert shown when the system refuses the microphone.
     std::function<void()> presentMicrophoneAlert;
+    // Titled alerts, questions, name prompts, the file dialog and brief notices over the picture;
+    // tests replace them too.
+    std::function<void(const AlertText& alert)> presentTitledAlert;
+    std::function<void(const QuestionText& question, std::function<void()> onAccept)> presentQuestion;
+    std::function<void(const NamePrompt& prompt, std::function<void(const QString& text)> onAccept)>
+        presentTextPrompt;
+    std::function<void(const OpenFilesRequest& request, std::function<void(const QStringList& paths)> onChosen)>
+        presentOpenFiles;
+    std::function<void(const QString& text)> presentNotice;
 
 protected:
     void closeEvent(QCloseEvent* event) override;
@@ -324,6 +358,14 @@ private:
     void paletteShiftChanged(double amount);
     void frequencyShiftBegan();
     void frequencyShiftChanged(double dx, double dy);
+
+    // Palettes (mac_view_controller_palettes.cpp).
+    void buildPalettes();
+    void installDialogPresenters();
+    void reloadPaletteBrowser();
+    const SavedPalette* paletteAt(int section, int row) const;
+    void showPaletteMenu(const SavedPalette& palette, const QPoint& globalPos);
+    void importPaletteFilesNow(const QStringList& paths);
 
     // Preferences and the window's place (mac_view_controller_preferences.cpp).
     void loadPreferences();
@@ -388,8 +430,8 @@ private:
     // Bookmarks (mac_view_controller_bookmarks.cpp).
     QLayout* buildBookmarkStatus(QWidget* sidebar);
     void setUpBookmarks();
-    void installBookmarkPresenters();
     void saveCurrentLocationNamed(const QString& text);
+    QWidget* bookmarksPanel() const;  // the bookmarks browser's drawer, once it exists
     void duplicateBookmarkNamed(const Bookmark& original, const QString& text);
     void renameBookmarkTo(const Bookmark& bookmark, const QString& text);
     void showBookmarkLook(const Bookmark& bookmark);
@@ -426,6 +468,10 @@ private:
     bool coveringScreenItself_ = false;  // full screen without a window manager's help
     QPointer<QWidget> autoDissolveOverlay_;
 
+    // --- Palettes ---
+    QList<SavedPalette> userPalettesCache_, builtInPalettesCache_;
+    std::vector<PaletteSection> paletteSections_;  // as the browser shows them
+
     // --- Sound mode ---
     SoundAnalyzer* soundAnalyzer_ = nullptr;
     bool soundEnabled_ = false;
@@ -455,7 +501,6 @@ private:
     QLabel* bookmarkStatus_ = nullptr;  // the sidebar's two lines: the name, then the zoom
     QLabel* bookmarkZoom_ = nullptr;
     BracketActionControl* bookmarksControl_ = nullptr;
-    NoticeView* notice_ = nullptr;
 
     // --- Render state ---
     std::int64_t renderGeneration_ = 0;
@@ -488,6 +533,7 @@ private:
     SoundInputButton* soundInputButton_ = nullptr;
     SoundLevelMeter* soundLevelMeter_ = nullptr;
     BracketActionControl* newPaletteControl_ = nullptr;
+    BracketActionControl* palettesControl_ = nullptr;
     BracketActionControl* resetViewControl_ = nullptr;
     BracketActionControl* resetAllControl_ = nullptr;
     BracketActionControl* helpControl_ = nullptr;
@@ -496,6 +542,8 @@ private:
     Sidebar* sidebar_ = nullptr;
     QWidget* statusBar_ = nullptr;
     QWidget* fullScreenChrome_ = nullptr;
+    BrowserPanel* paletteBrowser_ = nullptr;
+    NoticeOverlay* notice_ = nullptr;
     QLabel* fullScreenStatus_ = nullptr;
     std::vector<HUDStatView*> fullScreenStats_;  // the status display's full-screen set
     std::vector<EscapeCommand> escapeCommands_;  // ordered by layer

@@ -20,7 +20,6 @@
 #include "ui/julia_view.h"
 #include "ui/mac_view_controller.h"
 #include "ui/mandelbrot_view.h"
-#include "ui/notice_view.h"
 #include "ui/picture_frame.h"
 #include "ui/window_style.h"
 
@@ -33,8 +32,6 @@ namespace {
 BookmarkLibrary& library() { return BookmarkLibrary::shared(); }
 
 // Whether a weakly declared command is part of this program.
-bool linkedIn(void (MacViewController::*command)()) { return command != nullptr; }
-
 constexpr int kStatusWidth = 196;  // the sidebar's column
 
 }  // namespace
@@ -67,11 +64,8 @@ QLayout* MacViewController::buildBookmarkStatus(QWidget* sidebar) {
 }
 
 void MacViewController::setUpBookmarks() {
-    installBookmarkPresenters();
-    notice_ = new NoticeView(pictureFrame_);
     bookmarksBrowser_ = new BookmarksBrowser(pictureFrame_);
     BookmarksBrowser* browser = bookmarksBrowser_;
-    notice_->setObstruction(browser->panel());
     browser->panel()->setExplanations(bookmarksExplanations(library().fileURL()));
     browser->onApply = [this](const Bookmark& b) { applyBookmark(b); };
     browser->onShare = [this](const Bookmark& b) { shareBookmark(b); };
@@ -79,9 +73,7 @@ void MacViewController::setUpBookmarks() {
     browser->onRename = [this](const Bookmark& b) { renameBookmark(b); };
     browser->onDelete = [this](const Bookmark& b) { deleteBookmark(b); };
     browser->onSaveCurrentLocation = [this] { saveCurrentLocation(); };
-    browser->onOnlineLibrary = [this] {
-        if (linkedIn(&MacViewController::showOnlineBookmarkLibrary)) showOnlineBookmarkLibrary();
-    };
+    browser->onOnlineLibrary = [this] { showOnlineBookmarkLibrary(); };
     browser->onClosed = [this] { fractalView_->setFocus(Qt::OtherFocusReason); };
 
     connect(bookmarksControl_, &QAbstractButton::clicked, this, &MacViewController::showBookmarksBrowser);
@@ -95,30 +87,10 @@ void MacViewController::setUpBookmarks() {
     refreshBookmarkCaches();
 }
 
-// Alerts, name fields and notes as the window shows them; the keyboard comes back afterwards.
-void MacViewController::installBookmarkPresenters() {
-    presentQuestion = [this](const AlertQuestion& question, std::function<void()> onAccept) {
-        QDialog* dialog = makeQuestion(this, question, std::move(onAccept));
-        returnKeyboardAfter(dialog);
-        dialog->open();
-    };
-    presentTextPrompt = [this](const TextPrompt& prompt, std::function<void(const QString&)> onAccept) {
-        QDialog* dialog = makeTextPrompt(this, prompt, std::move(onAccept));
-        returnKeyboardAfter(dialog);
-        dialog->open();
-    };
-    presentTitledAlert = [this](const QString& title, const QString& message) {
-        QDialog* dialog = makeTitledAlert(this, title, message, texts::kDismissButton);
-        returnKeyboardAfter(dialog);
-        dialog->open();
-    };
-    presentNotice = [this](const QString& text) { notice_->showNotice(text); };
-}
-
 // --- Keeping bookmarks ---------------------------------------------------------------------
 
 void MacViewController::saveCurrentLocation() {
-    presentTextPrompt({texts::kSaveTitle, texts::kNamePlaceholder, QString(), texts::kCancelButton, texts::kSaveButton},
+    presentTextPrompt({texts::kSaveTitle, QString(), texts::kNamePlaceholder, texts::kSaveButton},
                       [this](const QString& text) { saveCurrentLocationNamed(text); });
 }
 
@@ -129,7 +101,7 @@ void MacViewController::saveCurrentLocationNamed(const QString& text) {
     if (!bookmark) return;
     bookmark->name = library().uniqueName(name);
     if (!library().add(*bookmark)) {
-        presentTitledAlert(texts::kCouldNotSaveTitle, texts::kCouldNotWriteMessage);
+        presentTitledAlert({texts::kCouldNotSaveTitle, texts::kCouldNotWriteMessage});
         return;
     }
     currentBookmarkName_ = bookmark->name;
@@ -159,8 +131,7 @@ std::optional<Bookmark> MacViewController::currentLocationBookmark(const QString
 }
 
 void MacViewController::duplicateBookmark(const Bookmark& bookmark) {
-    presentTextPrompt({texts::kDuplicateTitle, texts::kNamePlaceholder, texts::duplicateProposal(bookmark.name),
-                       texts::kCancelButton, texts::kDuplicateButton},
+    presentTextPrompt({texts::kDuplicateTitle, texts::duplicateProposal(bookmark.name), texts::kNamePlaceholder, texts::kDuplicateButton},
                       [this, bookmark](const QString& text) { duplicateBookmarkNamed(bookmark, text); });
 }
 
@@ -170,15 +141,14 @@ void MacViewController::duplicateBookmarkNamed(const Bookmark& original, const Q
     if (name.isEmpty()) return;
     switch (library().duplicate(original, name)) {
     case BookmarkChange::done: refreshBookmarkCaches(); return;
-    case BookmarkChange::nameTaken: presentTitledAlert(texts::kCouldNotDuplicateTitle, texts::nameTakenMessage(name)); return;
+    case BookmarkChange::nameTaken: presentTitledAlert({texts::kCouldNotDuplicateTitle, texts::nameTakenMessage(name)}); return;
     case BookmarkChange::notFound:
-    case BookmarkChange::writeFailed: presentTitledAlert(texts::kCouldNotSaveTitle, texts::kCouldNotWriteMessage); return;
+    case BookmarkChange::writeFailed: presentTitledAlert({texts::kCouldNotSaveTitle, texts::kCouldNotWriteMessage}); return;
     }
 }
 
 void MacViewController::renameBookmark(const Bookmark& bookmark) {
-    presentTextPrompt({texts::kRenameTitle, texts::kNamePlaceholder, bookmark.name, texts::kCancelButton,
-                       texts::kRenameButton},
+    presentTextPrompt({texts::kRenameTitle, bookmark.name, texts::kNamePlaceholder, texts::kRenameButton},
                       [this, bookmark](const QString& text) { renameBookmarkTo(bookmark, text); });
 }
 
@@ -190,18 +160,18 @@ void MacViewController::renameBookmarkTo(const Bookmark& bookmark, const QString
         if (currentBookmarkName_ == bookmark.name) currentBookmarkName_ = name;
         refreshBookmarkCaches();
         return;
-    case BookmarkChange::nameTaken: presentTitledAlert(texts::kCouldNotRenameTitle, texts::nameTakenMessage(name)); return;
+    case BookmarkChange::nameTaken: presentTitledAlert({texts::kCouldNotRenameTitle, texts::nameTakenMessage(name)}); return;
     case BookmarkChange::notFound: refreshBookmarkCaches(); return;  // the list shown was out of date
-    case BookmarkChange::writeFailed: presentTitledAlert(texts::kCouldNotSaveTitle, texts::kCouldNotWriteMessage); return;
+    case BookmarkChange::writeFailed: presentTitledAlert({texts::kCouldNotSaveTitle, texts::kCouldNotWriteMessage}); return;
     }
 }
 
 void MacViewController::deleteBookmark(const Bookmark& bookmark) {
     const QString name = bookmark.name;
-    presentQuestion({texts::deleteTitle(name), texts::kDeleteMessage, texts::kCancelButton, texts::kDeleteButton, true},
+    presentQuestion({{texts::deleteTitle(name), texts::kDeleteMessage}, texts::kDeleteButton, true},
                     [this, name] {
         if (!library().remove(name)) {
-            presentTitledAlert(texts::kCouldNotDeleteTitle, texts::kCouldNotWriteMessage);
+            presentTitledAlert({texts::kCouldNotDeleteTitle, texts::kCouldNotWriteMessage});
             return;
         }
         if (currentBookmarkName_ == name) currentBookmarkName_.reset();
@@ -295,10 +265,10 @@ void MacViewController::receiveIncomingURL(const QString& link) {
 // user's has.
 void MacViewController::offerReceivedBookmark(Bookmark bookmark) {
     bookmark.name = library().uniqueName(bookmark.name);
-    presentQuestion({texts::kAddTitle, texts::addMessage(bookmark.name), texts::kCancelButton, texts::kAddButton, false},
+    presentQuestion({{texts::kAddTitle, texts::addMessage(bookmark.name)}, texts::kAddButton, false},
                     [this, bookmark] {
         if (!library().add(bookmark)) {
-            presentTitledAlert(texts::kCouldNotSaveTitle, texts::kCouldNotWriteMessage);
+            presentTitledAlert({texts::kCouldNotSaveTitle, texts::kCouldNotWriteMessage});
             return;
         }
         currentBookmarkName_ = bookmark.name;
@@ -315,7 +285,14 @@ void MacViewController::receivePendingURL() {
 
 // --- Browser and labels --------------------------------------------------------------------
 
-void MacViewController::showBookmarksBrowser() { bookmarksBrowser_->open(); }
+void MacViewController::showBookmarksBrowser() {
+    hidePaletteBrowser();
+    bookmarksBrowser_->open();
+}
+
+QWidget* MacViewController::bookmarksPanel() const {
+    return bookmarksBrowser_ ? bookmarksBrowser_->panel() : nullptr;
+}
 
 void MacViewController::hideBookmarksBrowser() { bookmarksBrowser_->close(); }
 

@@ -2,6 +2,7 @@
 // it (the Julia view and the controls), under both a bar with the history controls, the status
 // display and help; keyboard commands.
 #include <algorithm>
+#include <initializer_list>
 
 #include <QAction>
 #include <QGuiApplication>
@@ -48,6 +49,16 @@ QHBoxLayout* titleWith(QLabel* title, QWidget* control) {
     row->setContentsMargins(0, 0, 0, 0);
     row->addWidget(title, 1, Qt::AlignBottom);
     row->addWidget(control, 0, Qt::AlignBottom);
+    return row;
+}
+
+// Controls on one line of the sidebar.
+QWidget* sideBySide(std::initializer_list<QWidget*> controls, QWidget* parent) {
+    auto* row = new QWidget(parent);
+    auto* layout = new QHBoxLayout(row);
+    layout->setContentsMargins(0, 0, 0, 0);
+    layout->setSpacing(0);
+    for (QWidget* control : controls) layout->addWidget(control);
     return row;
 }
 
@@ -110,7 +121,9 @@ Sidebar* MacViewController::buildSidebar() {
     column->addLayout(titleWith(sectionTitle(tr("Palette"), sidebar), modeTag_ = new AdvancedModeTag(sidebar)));
     add(smoothToggle_ = new BracketToggleControl(tr("Smooth"), sidebar));
     add(randomToggle_ = new BracketToggleControl(tr("Random"), sidebar));
-    add(newPaletteControl_ = new BracketActionControl(tr("New Palette"), sidebar));
+    newPaletteControl_ = new BracketActionControl(tr("New Palette"), sidebar);
+    palettesControl_ = new BracketActionControl(tr("Palettes…"), sidebar);
+    add(sideBySide({newPaletteControl_, palettesControl_}, sidebar));  // the column is short
     column->addWidget(sectionTitle(tr("Motion"), sidebar));
     add(animateToggle_ = new BracketToggleControl(tr("Animate"), sidebar));
     add(autoToggle_ = new BracketToggleControl(tr("Auto"), sidebar));

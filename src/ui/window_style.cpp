@@ -22,6 +22,7 @@ void applyWindowStyle(QApplication& app) {
     p.setColor(QPalette::ToolTipBase, kPanel);
     p.setColor(QPalette::ToolTipText, kTextBright);
     p.setColor(QPalette::Link, kAccent);
+    p.setColor(QPalette::PlaceholderText, kCaption);
     p.setColor(QPalette::Disabled, QPalette::Text, kTextDim);
     p.setColor(QPalette::Disabled, QPalette::WindowText, kTextDim);
     p.setColor(QPalette::Disabled, QPalette::ButtonText, kTextDim);

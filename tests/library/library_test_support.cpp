@@ -4,8 +4,11 @@
 
 #include <QCoreApplication>
 #include <QDir>
+#include <QElapsedTimer>
+#include <QEventLoop>
 #include <QFile>
 #include <QTemporaryDir>
+#include <QTimer>
 #include <cstdlib>
 
 namespace gs::test {
@@ -68,6 +71,19 @@ void writeAll(const QString& path, const QByteArray& bytes) {
     QFile f(path);
     ASSERT_TRUE(f.open(QIODevice::WriteOnly | QIODevice::Truncate));
     f.write(bytes);
+}
+
+bool waitFor(const std::function<bool()>& pred, int ms) {
+    QElapsedTimer clock;
+    clock.start();
+    QEventLoop loop;
+    QTimer tick;
+    QObject::connect(&tick, &QTimer::timeout, &loop, [&] {
+        if (pred() || clock.elapsed() > ms) loop.quit();
+    });
+    tick.start(5);
+    if (!pred()) loop.exec();
+    return pred();
 }
 
 }  // namespace gs::test

@@ -3,6 +3,7 @@
 
 #include <QByteArray>
 #include <QString>
+#include <functional>
 #include <ostream>
 
 #include "library/bookmark.h"
@@ -18,6 +19,9 @@ QString testHome();
 
 QByteArray readAll(const QString& path);
 void writeAll(const QString& path, const QByteArray& bytes);
+
+// Runs the event loop until pred holds or ms pass; returns pred().
+bool waitFor(const std::function<bool()>& pred, int ms);
 
 }  // namespace gs::test
 

@@ -5,7 +5,9 @@
 #include <QTemporaryDir>
 #include <QTimer>
 
-#include "https_test_server.h"
+#include "library_test_support.h"
+#include "support/https_test_server.h"
+#include "library/bookmark_library.h"
 #include "library/online_library.h"
 #include "library/palette_library.h"
 
@@ -190,6 +192,35 @@ TEST(OnlineLibraryContent, TheRepositoryFolderServesAsAFileLibrary) {
     ASSERT_TRUE(test::waitFor([&] { return alert.has_value(); }, 10000));
     EXPECT_EQ(alert->title, QStringLiteral("Imported"));
     EXPECT_EQ(store.loadUserPalettes().size(), entries);
+}
+
+// Every bookmark the library lists imports through the bookmark store, at the width its entry
+// gives for the zoom text.
+TEST(OnlineLibraryContent, EveryBookmarkOfTheRepositoryFolderImports) {
+    test::ensureApplication();
+    QTemporaryDir home;
+    BookmarkLibrary store(home.filePath(QStringLiteral("Bookmarks.json")));
+    const auto origin =
+        parseLibraryOrigin(QUrl::fromLocalFile(QStringLiteral(GS_SOURCE_DIR "/library")).toString());
+    ASSERT_TRUE(origin);
+    OnlineBookmarkLibrary library(libraryBaseUrl(*origin, LibraryKind::bookmarks), bookmarkStoreStep(store));
+    std::optional<AlertText> alert;
+    library.onImportFinished = [&](const AlertText& a) { alert = a; };
+    library.load();
+    ASSERT_TRUE(test::waitFor([&] { return library.loadState() == LoadState::loaded(); }, 5000));
+    EXPECT_GE(library.sections().size(), 2u);
+    QHash<QString, std::pair<double, double>> widths;
+    for (const auto& section : library.sections())
+        for (const auto& item : section) {
+            library.toggleSelection(item);
+            widths[item.entry.name] = {item.entry.xmin, item.entry.xmax};
+        }
+    library.importSelected();
+    ASSERT_TRUE(test::waitFor([&] { return alert.has_value(); }, 10000));
+    EXPECT_EQ(alert->title, QStringLiteral("Imported"));
+    const QList<Bookmark> stored = store.loadUserBookmarks();
+    EXPECT_EQ(stored.size(), widths.size());
+    for (const Bookmark& b : stored) EXPECT_EQ(widths.value(b.name), std::make_pair(b.xmin, b.xmax)) << b.name.toStdString();
 }
 
 }  // namespace

@@ -50,8 +50,8 @@ struct Bookmarks : ::testing::Test {
     std::unique_ptr<Explorer> e;
     std::optional<QString> typed;
     bool accept = true;
-    std::vector<TextPrompt> prompts;
-    std::vector<AlertQuestion> questions;
+    std::vector<NamePrompt> prompts;
+    std::vector<QuestionText> questions;
     QStringList alerts, notices;
 
     FakeMicrophone* microphone = new FakeMicrophone;  // owned by the window
@@ -60,15 +60,15 @@ struct Bookmarks : ::testing::Test {
         QFile::remove(BookmarkLibrary::shared().fileURL());
         e = std::make_unique<Explorer>(std::unique_ptr<AudioInput>(microphone));
         MacViewController& c = e->c();
-        c.presentTextPrompt = [this](const TextPrompt& p, std::function<void(const QString&)> onAccept) {
+        c.presentTextPrompt = [this](const NamePrompt& p, std::function<void(const QString&)> onAccept) {
             prompts.push_back(p);
             if (typed) onAccept(*typed);
         };
-        c.presentQuestion = [this](const AlertQuestion& q, std::function<void()> onAccept) {
+        c.presentQuestion = [this](const QuestionText& q, std::function<void()> onAccept) {
             questions.push_back(q);
             if (accept) onAccept();
         };
-        c.presentTitledAlert = [this](const QString& title, const QString& message) { alerts << title + u'|' + message; };
+        c.presentTitledAlert = [this](const AlertText& a) { alerts << a.title + u'|' + a.message; };
         c.presentNotice = [this](const QString& text) { notices << text; };
         c.refreshBookmarkCaches();
     }
@@ -87,9 +87,9 @@ struct Bookmarks : ::testing::Test {
 TEST_F(Bookmarks, SavingNumbersTakenNamesAndIgnoresBlankOnes) {
     save(QStringLiteral("  Spiral\t"));
     ASSERT_EQ(prompts.size(), 1u);
-    const TextPrompt& p = prompts[0];
-    EXPECT_EQ(QStringList({p.title, p.placeholder, p.text, p.cancelButton, p.acceptButton}),
-              QStringList({"Save Current Location", "Name", "", "Cancel", "Save"}));
+    const NamePrompt& p = prompts[0];
+    EXPECT_EQ(QStringList({p.title, p.placeholder, p.text, p.acceptButton}),
+              QStringList({"Save Current Location", "Name", "", "Save"}));
     save(QStringLiteral("Spiral"));
     save(QStringLiteral("Spiral"));
     save(QStringLiteral(" \t "));
@@ -160,9 +160,9 @@ TEST_F(Bookmarks, DuplicateRenameAndDeleteRefuseClashesAndFollowTheCurrentName) 
 
     c().deleteBookmark(c().userBookmarksCache()[0]);
     ASSERT_EQ(questions.size(), 1u);
-    const AlertQuestion& q = questions[0];
-    EXPECT_EQ(q.title + u'|' + q.message + u'|' + q.cancelButton + u'|' + q.acceptButton,
-              QStringLiteral("Delete “Coil”?|This can't be undone.|Cancel|Delete"));
+    const QuestionText& q = questions[0];
+    EXPECT_EQ(q.text.title + u'|' + q.text.message + u'|' + q.acceptButton,
+              QStringLiteral("Delete “Coil”?|This can't be undone.|Delete"));
     EXPECT_TRUE(q.destructive);
     EXPECT_EQ(mine(), (QStringList{"Spiral copy", "Spot"}));
     EXPECT_EQ(c().currentBookmarkName(), std::nullopt);
@@ -319,9 +319,8 @@ TEST_F(Bookmarks, AReceivedLinkIsShownThenOfferedForKeeping) {
     c().receiveIncomingURL(link);
     EXPECT_EQ(c().viewport().xmin, -1.2);
     ASSERT_EQ(questions.size(), 1u);
-    EXPECT_EQ(questions[0].title + u'|' + questions[0].message + u'|' + questions[0].cancelButton + u'|' +
-                  questions[0].acceptButton,
-              QStringLiteral("Add Bookmark?|Save “Bookmark (1)” to My Bookmarks.|Cancel|Add"));
+    EXPECT_EQ(questions[0].text.title + u'|' + questions[0].text.message + u'|' + questions[0].acceptButton,
+              QStringLiteral("Add Bookmark?|Save “Bookmark (1)” to My Bookmarks.|Add"));
     EXPECT_EQ(mine(), QStringList{"Bookmark"});
 
     accept = true;

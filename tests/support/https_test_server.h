@@ -1,5 +1,6 @@
-// An HTTPS server on the loopback for the online library tests. Its certificate is made by
-// openssl for each server and trusted by the program's network while the server lives.
+// An HTTPS server on the loopback for the online library tests of the library and of the window.
+// Its certificate is made by openssl for each server and trusted by the program's network while
+// the server lives.
 #pragma once
 
 #include <QHash>
@@ -53,9 +54,6 @@ private:
     qint64 streamed_ = 0;
     std::vector<std::pair<QSslSocket*, QString>> held_;
 };
-
-// Runs the event loop until pred holds or ms pass; returns pred().
-bool waitFor(const std::function<bool()>& pred, int ms);
 
 // The QCoreApplication that networking needs, made once per test program.
 void ensureApplication();

@@ -1,16 +1,14 @@
-#include "https_test_server.h"
+#include "support/https_test_server.h"
 
 #include <gtest/gtest.h>
 
 #include <QCoreApplication>
-#include <QElapsedTimer>
-#include <QEventLoop>
 #include <QFile>
 #include <QNetworkAccessManager>
 #include <QProcess>
 #include <QSslKey>
 #include <QSslSocket>
-#include <QTimer>
+#include <cstdlib>
 
 #include "library/library_fetch.h"
 
@@ -31,20 +29,11 @@ void ensureApplication() {
     static int argc = 1;
     static char name[] = "library_tests";
     static char* argv[] = {name, nullptr};
-    if (!QCoreApplication::instance()) new QCoreApplication(argc, argv);
-}
-
-bool waitFor(const std::function<bool()>& pred, int ms) {
-    QElapsedTimer clock;
-    clock.start();
-    QEventLoop loop;
-    QTimer tick;
-    QObject::connect(&tick, &QTimer::timeout, &loop, [&] {
-        if (pred() || clock.elapsed() > ms) loop.quit();
-    });
-    tick.start(5);
-    if (!pred()) loop.exec();
-    return pred();
+    if (QCoreApplication::instance()) return;
+    new QCoreApplication(argc, argv);
+    // Deleting the application deletes the network with it, which ends the network's own
+    // thread; left to the end of the process, that thread races the static destructors.
+    std::atexit([] { delete QCoreApplication::instance(); });
 }
 
 HttpsTestServer::HttpsTestServer() {

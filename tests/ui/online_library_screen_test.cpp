@@ -1,0 +1,213 @@
+// The online library screens against a real HTTPS server on the loopback: the load states,
+// selection by keyboard and mouse, imports and their alerts, the count reported on close, and
+// hostile servers that must fail while the window keeps drawing.
+#include <QAbstractButton>
+#include <QElapsedTimer>
+#include <QListWidget>
+#include <QPointer>
+#include <QTemporaryDir>
+
+#include "library/bookmark_library.h"
+#include "library/palette_library.h"
+#include "support/https_test_server.h"
+#include "ui/online_library_view_controller.h"
+#include "ui_test_support.h"
+
+namespace gs::test {
+namespace {
+
+// Short limits, so that hostile answers end within a second.
+const OnlineLibraryLimits kLimits{{64 << 10, std::chrono::milliseconds(300), std::chrono::seconds(1)},
+                                  {4 << 10, std::chrono::milliseconds(300), std::chrono::seconds(1)}};
+const QString kPalettes = QStringLiteral("/Glimmerscape/Palettes/");
+const QString kBookmarks = QStringLiteral("/Glimmerscape/Bookmarks/");
+const QString kUnreachable = QStringLiteral("Couldn't reach the online library. Check your connection and try again.");
+
+// One collection per (id, names); every entry's file is "<name>.map" in the folder "<id>".
+QByteArray paletteManifest(const QList<std::pair<QString, QStringList>>& collections) {
+    QStringList parts;
+    for (const auto& [id, names] : collections) {
+        QStringList items;
+        for (const QString& name : names)
+            items << QStringLiteral(R"({"name":"%1","file":"%1.map","swatch":["#ff8000","0080ff"]})").arg(name);
+        parts << QStringLiteral(R"({"id":"%1","title":"%1 title","path":"%1","credit":"by %1","palettes":[%2]})")
+                     .arg(id, items.join(QLatin1Char(',')));
+    }
+    return QStringLiteral(R"({"manifestVersion":1,"collections":[%1]})").arg(parts.join(QLatin1Char(','))).toUtf8();
+}
+
+QByteArray mapBody() { return QByteArray("9 9 9\n").repeated(256); }
+
+struct Screens : ::testing::Test {
+    HttpsTestServer server;
+    QWidget host;
+    QTemporaryDir home;
+    PaletteLibrary store{home.filePath(QStringLiteral("Palettes")), QString()};
+    QPointer<OnlineLibraryScreen> screen;
+    std::vector<AlertText> alerts;
+    std::optional<int> reported;
+
+    Screens() {
+        host.resize(900, 640);
+        host.show();
+    }
+    template <class Controller, class Model>
+    void open(std::unique_ptr<Model> model) {
+        screen = new Controller(std::move(model), &host);
+        screen->presentAlert = [this](const AlertText& a) { alerts.push_back(a); };
+        screen->onFinishedImporting = [this](int n) { reported = n; };
+        screen->open();
+    }
+    void openPalettes(const QByteArray& manifest) {
+        server.serve(kPalettes + QStringLiteral("manifest.json"), manifest);
+        open<OnlinePaletteLibraryViewController>(std::make_unique<OnlinePaletteLibrary>(
+            libraryBaseUrl(server.origin(), LibraryKind::palettes), paletteStoreStep(store), kLimits));
+    }
+    bool settled() { return waitFor([&] { return !screen->isLoadingIndicated(); }, 5000); }
+    QStringList rows() const {
+        QStringList texts;
+        for (int i = 0; i < screen->list()->count(); ++i) texts << screen->list()->item(i)->text();
+        return texts;
+    }
+    void key(Qt::Key k) { QTest::keyClick(screen->list(), k); }
+    // Imports what is selected and waits for the alert.
+    AlertText import() {
+        const std::size_t before = alerts.size();
+        QTest::keyClick(screen->importButton(), Qt::Key_Space);
+        EXPECT_TRUE(screen->isImportingIndicated());
+        EXPECT_TRUE(waitFor([&] { return alerts.size() > before; }, 5000));
+        EXPECT_FALSE(screen->isImportingIndicated());
+        return alerts.size() > before ? alerts.back() : AlertText{};
+    }
+};
+
+TEST_F(Screens, AFailureOffersTryAgainAndTheLibraryListsItsCollectionsInOrder) {
+    server.answer(kPalettes + QStringLiteral("manifest.json"), Answer::hangUp);
+    open<OnlinePaletteLibraryViewController>(std::make_unique<OnlinePaletteLibrary>(
+        libraryBaseUrl(server.origin(), LibraryKind::palettes), paletteStoreStep(store), kLimits));
+    EXPECT_TRUE(screen->isLoadingIndicated());
+    ASSERT_TRUE(settled());
+    EXPECT_EQ(screen->statusText(), kUnreachable);
+    EXPECT_TRUE(screen->isRetryOffered());
+    EXPECT_FALSE(screen->list()->isVisible());
+    EXPECT_FALSE(screen->importButton()->isVisible());
+
+    server.serve(kPalettes + QStringLiteral("manifest.json"), R"({"manifestVersion":2,"collections":[]})");
+    QTest::keyClick(screen->retryButton(), Qt::Key_Space);
+    EXPECT_TRUE(screen->isLoadingIndicated());
+    EXPECT_FALSE(screen->isRetryOffered());
+    ASSERT_TRUE(settled());
+    EXPECT_EQ(screen->statusText(), QStringLiteral("This library is empty right now."));
+    EXPECT_FALSE(screen->isRetryOffered());
+
+    server.serve(kPalettes + QStringLiteral("manifest.json"),
+                 paletteManifest({{QStringLiteral("warm"), {QStringLiteral("Ember"), QStringLiteral("Dune")}},
+                                  {QStringLiteral("cool"), {QStringLiteral("Frost")}}}));
+    screen->handleRetry();
+    ASSERT_TRUE(settled());
+    EXPECT_EQ(rows(), (QStringList{QStringLiteral("warm title"), QStringLiteral("Ember"), QStringLiteral("Dune"),
+                                   QStringLiteral("cool title"), QStringLiteral("Frost")}));
+    EXPECT_TRUE(screen->list()->isVisible());
+    EXPECT_TRUE(screen->list()->hasFocus());
+    EXPECT_EQ(screen->statusText(), QString());
+    EXPECT_EQ(screen->creditText(), QStringLiteral("by warm · by cool"));
+    EXPECT_EQ(screen->selectionText(), QStringLiteral("0 SELECTED"));
+    EXPECT_FALSE(screen->importButton()->isEnabled());
+}
+
+// Two collections share a file name: both can be selected, with Space or a click, and the three
+// imports (one of which fails) store the other two under numbered names. Escape closes the
+// screen and reports what this visit imported.
+TEST_F(Screens, SelectionAcrossCollectionsImportsAndCloseReportsTheVisit) {
+    ASSERT_TRUE(store.save(QStringLiteral("Ember"), ColorTable(256)));
+    server.serve(kPalettes + QStringLiteral("a/Ember.map"), mapBody());
+    server.serve(kPalettes + QStringLiteral("b/Ember.map"), mapBody());
+    server.answer(kPalettes + QStringLiteral("a/Gone.map"), Answer::hangUp);
+    openPalettes(paletteManifest({{QStringLiteral("a"), {QStringLiteral("Ember"), QStringLiteral("Gone")}},
+                                  {QStringLiteral("b"), {QStringLiteral("Ember")}}}));
+    ASSERT_TRUE(settled());
+    key(Qt::Key_Space);                                     // a/Ember
+    key(Qt::Key_Down);
+    key(Qt::Key_Return);                                    // a/Gone
+    key(Qt::Key_Down);                                      // over the title "b title"
+    key(Qt::Key_Space);                                     // b/Ember
+    EXPECT_EQ(screen->selectionText(), QStringLiteral("3 SELECTED"));
+    QListWidget* list = screen->list();
+    QTest::mouseClick(list->viewport(), Qt::LeftButton, {}, list->visualItemRect(list->item(4)).center());
+    EXPECT_EQ(screen->selectionText(), QStringLiteral("2 SELECTED"));
+    QTest::mouseClick(list->viewport(), Qt::LeftButton, {}, list->visualItemRect(list->item(4)).center());
+    EXPECT_TRUE(screen->importButton()->isEnabled());
+
+    EXPECT_EQ(import(), (AlertText{QStringLiteral("Imported 2 of 3"),
+                                   QStringLiteral("1 couldn't be downloaded — check your connection and try again.")}));
+    EXPECT_EQ(screen->selectionText(), QStringLiteral("0 SELECTED"));
+    QStringList names;
+    for (const SavedPalette& p : store.loadUserPalettes()) names << p.name;
+    EXPECT_EQ(names, (QStringList{QStringLiteral("Ember"), QStringLiteral("Ember (1)"), QStringLiteral("Ember (2)")}));
+
+    key(Qt::Key_Space);  // the current entry is still b/Ember
+    EXPECT_EQ(import(), (AlertText{QStringLiteral("Imported"), QStringLiteral("1 palette added to My Palettes.")}));
+    QTest::keyClick(screen, Qt::Key_Escape);
+    EXPECT_EQ(reported, 3);
+    EXPECT_TRUE(waitFor([&] { return screen.isNull(); }, 2000));  // the screen is gone with its model
+}
+
+// A server that never answers and one that streams past the cap both end as failures within
+// the limits, while the event loop keeps turning.
+TEST_F(Screens, HostileServersFailWhileTheWindowKeepsDrawing) {
+    server.serve(kPalettes + QStringLiteral("a/Ok.map"), mapBody());
+    server.answer(kPalettes + QStringLiteral("a/Silent.map"), Answer::silence);
+    server.answer(kPalettes + QStringLiteral("a/Endless.map"), Answer::endless);
+    openPalettes(paletteManifest(
+        {{QStringLiteral("a"), {QStringLiteral("Ok"), QStringLiteral("Silent"), QStringLiteral("Endless")}}}));
+    ASSERT_TRUE(settled());
+    for (Qt::Key k : {Qt::Key_Space, Qt::Key_Down, Qt::Key_Space, Qt::Key_Down, Qt::Key_Space}) key(k);
+    int ticks = 0;
+    QTimer ticker;
+    QObject::connect(&ticker, &QTimer::timeout, [&] { ++ticks; });
+    ticker.start(20);
+    QElapsedTimer clock;
+    clock.start();
+    EXPECT_EQ(import().title, QStringLiteral("Imported 1 of 3"));
+    EXPECT_LT(clock.elapsed(), 3000);
+    EXPECT_GE(ticks, clock.elapsed() / 200);  // loose: the machine is busy
+
+    server.answer(kPalettes + QStringLiteral("manifest.json"), Answer::endless);
+    screen->handleRetry();
+    ASSERT_TRUE(settled());
+    EXPECT_EQ(screen->statusText(), kUnreachable);
+}
+
+// The bookmark screen shows each entry's zoom and stores through the bookmark file, named after
+// the entry and numbered when taken; a body that is not a bookmark counts as failed.
+TEST_F(Screens, TheBookmarkScreenShowsZoomsAndStoresBookmarks) {
+    Bookmark spiral;
+    spiral.name = QStringLiteral("Stored Name");
+    spiral.xmin = -0.75, spiral.xmax = -0.74, spiral.ymin = 0.1, spiral.ymax = 0.1075;
+    spiral.paletteColors.colors = ColorTable(256, aColor{0.2, 0.4, 0.6});
+    server.serve(kBookmarks + QStringLiteral("deep/spiral.json"), encodeBookmark(spiral));
+    server.serve(kBookmarks + QStringLiteral("deep/broken.json"), "{\"name\": \"Broken\"}");
+    server.serve(kBookmarks + QStringLiteral("manifest.json"), R"({"manifestVersion":1,"collections":[
+        {"id":"deep","title":"Deep","path":"deep","bookmarks":[
+          {"name":"Spiral","file":"spiral.json","xmin":-0.75,"xmax":-0.74,"swatch":["102030"]},
+          {"name":"Broken","file":"broken.json","xmin":-2,"xmax":2,"swatch":[]}]}]})");
+    BookmarkLibrary bookmarks(home.filePath(QStringLiteral("Bookmarks.json")));
+    open<OnlineBookmarkLibraryViewController>(std::make_unique<OnlineBookmarkLibrary>(
+        libraryBaseUrl(server.origin(), LibraryKind::bookmarks), bookmarkStoreStep(bookmarks), kLimits));
+    ASSERT_TRUE(settled());
+    EXPECT_EQ(rows(), (QStringList{QStringLiteral("Deep"), QStringLiteral("Spiral"), QStringLiteral("Broken")}));
+    EXPECT_EQ(screen->list()->item(1)->toolTip(), QStringLiteral("Spiral · 400.0×"));
+    key(Qt::Key_Space);
+    EXPECT_EQ(import(), (AlertText{QStringLiteral("Imported"), QStringLiteral("1 bookmark added to My Bookmarks.")}));
+    for (Qt::Key k : {Qt::Key_Space, Qt::Key_Down, Qt::Key_Space}) key(k);
+    EXPECT_EQ(import().title, QStringLiteral("Imported 1 of 2"));
+    QStringList names;
+    for (const Bookmark& b : bookmarks.loadUserBookmarks()) names << b.name;
+    EXPECT_EQ(names, (QStringList{QStringLiteral("Spiral"), QStringLiteral("Spiral (1)")}));
+    EXPECT_EQ(bookmarks.loadUserBookmarks().at(0).paletteColors, spiral.paletteColors);
+    screen->handleClose();
+    EXPECT_EQ(reported, 2);
+}
+
+}  // namespace
+}  // namespace gs::test
