@@ -152,15 +152,17 @@ TEST_P(KernelSimdMatchesScalar, OnEveryTarget) {
         escapeSpanScalar(in, want.data());
         for (std::int64_t t = targets; t != 0; t &= t - 1) {
             const std::int64_t target = t & -t;
-            std::fill(got.begin(), got.end(), EscapeResult{-1, -1, -1});
-            ASSERT_TRUE(detail::escapeSpanOnTarget(target, in, got.data()));
-            for (int col = 0; col < g.w; ++col) {
-                const auto i = static_cast<std::size_t>(col);
-                ASSERT_EQ(got[i], want[i])
-                    << detail::targetName(target) << " row " << row << " col " << col << ": nu "
-                    << got[i].nu << " vs " << want[i].nu << ", distance " << got[i].distance
-                    << " vs " << want[i].distance;
-                ++checked;
+            for (const bool replay : {false, true}) {
+                std::fill(got.begin(), got.end(), EscapeResult{-1, -1, -1});
+                ASSERT_TRUE(detail::escapeSpanOnTarget(target, in, got.data(), replay));
+                for (int col = 0; col < g.w; ++col) {
+                    const auto i = static_cast<std::size_t>(col);
+                    ASSERT_EQ(got[i], want[i])
+                        << detail::targetName(target) << (replay ? " (replayed)" : "") << " row "
+                        << row << " col " << col << ": nu " << got[i].nu << " vs " << want[i].nu
+                        << ", distance " << got[i].distance << " vs " << want[i].distance;
+                    ++checked;
+                }
             }
         }
     }
