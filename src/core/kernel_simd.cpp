@@ -89,11 +89,17 @@ struct LaneBits {
     bool operator[](std::size_t l) const { return (bits[l / 8] >> (l % 8)) & 1; }
 };
 
+// The orbit part of a lane's state.
+struct Orbit {
+    V zr, zi, dr, di, trap, ar, ai;
+};
+
 // One group's loop-carried state, as local variables: never address-taken, so it stays in
 // registers. The group also counts its steps (`time`) to know, without looking at the lanes,
 // when one reaches the ceiling. (The lanes' c, which a step only reads, stays in memory.)
 struct Hot {
-    V zr, zi, dr, di, trap, ar, ai, zcr, zci, step, nextCheckpoint;
+    Orbit o;
+    V zcr, zci, step, nextCheckpoint;
     double time, nextCeiling;
 };
 
@@ -106,8 +112,9 @@ struct HotCopy {
     alignas(64) double r2[kMaxLanes], cr[kMaxLanes];
 };
 
-#define GS_HOT_FIELDS(X) \
-    X(zr) X(zi) X(dr) X(di) X(trap) X(ar) X(ai) X(zcr) X(zci) X(step) X(nextCheckpoint)
+#define GS_HOT_FIELDS(X)                                                                  \
+    X(o.zr, zr) X(o.zi, zi) X(o.dr, dr) X(o.di, di) X(o.trap, trap) X(o.ar, ar) X(o.ai, ai) \
+    X(zcr, zcr) X(zci, zci) X(step, step) X(nextCheckpoint, nextCheckpoint)
 
 // The rest of a group's lane state, read and written only on events. Step and pixel numbers
 // are whole numbers held exactly in doubles.
@@ -128,14 +135,14 @@ struct Group {
 };
 
 HWY_INLINE void Spill(const Hot& h, Group& g) {
-#define GS_STORE(f) hn::Store(h.f, D(), g.hot.f);
+#define GS_STORE(f, slot) hn::Store(h.f, D(), g.hot.slot);
     GS_HOT_FIELDS(GS_STORE)
 #undef GS_STORE
     g.time = h.time;
 }
 
 HWY_INLINE void Reload(Hot& h, const Group& g) {
-#define GS_LOAD(f) h.f = hn::Load(D(), g.hot.f);
+#define GS_LOAD(f, slot) h.f = hn::Load(D(), g.hot.slot);
     GS_HOT_FIELDS(GS_LOAD)
 #undef GS_LOAD
     h.time = g.time;
@@ -147,13 +154,18 @@ HWY_INLINE void ScheduleCeiling(Group& g) {
     g.nextCeiling = hn::GetLane(hn::MinOfLanes(D(), hn::Load(D(), g.ceilingTime)));
 }
 
-// Pixels waiting for a lane, screened a block at a time.
+// Pixels waiting for a lane: a block of the span at a time, screened and warmed up (see
+// WarmUp), each with its state at its step number (0, or the power of two it was warmed up to).
 struct Feed {
     static constexpr std::size_t kBlock = 16 * kMaxLanes;
-    alignas(64) double x[kBlock + kMaxLanes];      // room for a full-vector compressed store
-    alignas(64) double index[kBlock + kMaxLanes];  // pixel numbers
+    static constexpr std::size_t kRoom = kBlock + kMaxLanes;  // for full-vector stores
+    // The pixel's x and number; its z, derivative and trap at `step`.
+    alignas(64) double x[kRoom], index[kRoom], zr[kRoom], zi[kRoom];
+    alignas(64) double dr[kRoom], di[kRoom], trap[kRoom], step[kRoom];
     std::size_t count = 0, taken = 0;
     std::int64_t screened = 0;  // pixels of the span looked at so far
+    // The block's pixels that need iterating, before the warm-up.
+    alignas(64) double candidateX[kRoom], candidateIndex[kRoom];
 };
 
 // Escaped lanes' final values, finished in batches.
@@ -162,6 +174,7 @@ struct Escapes {
     alignas(64) double index[kCapacity + kMaxLanes], step[kCapacity + kMaxLanes];
     alignas(64) double r2[kCapacity + kMaxLanes], dr[kCapacity + kMaxLanes];
     alignas(64) double di[kCapacity + kMaxLanes], trap[kCapacity + kMaxLanes];
+    alignas(64) double zMag[kCapacity + kMaxLanes], dMag[kCapacity + kMaxLanes];
     std::size_t count = 0;
 };
 
@@ -171,10 +184,92 @@ struct Span {
     V cr, ci;  // Julia: the parameter; Mandelbrot: ci is the row's y
     V maxIter;
     bool mayEstimate;  // confirmations may be decided on estimates of B (else always replayed)
+    bool warmUp;       // pixels are warmed up in lockstep (the ceiling is above the warm-up)
     Feed feed;
     Escapes escapes;
     std::uint64_t iterations = 0;
 };
+
+// --- One step ------------------------------------------------------------------------------
+
+// One iteration of every lane: z, the derivative, the trap and A move on (A with the old z).
+// Returns the new |z|^2.
+HWY_INLINE V Iterate(Orbit& o, V cr, V ci) {
+    const D d;
+    const V one = hn::Set(d, 1.0);
+    const V zr = o.zr, zi = o.zi, twoRe = hn::Add(zr, zr), twoIm = hn::Add(zi, zi);
+    const V nzr = Fma(zr, zr, NegFma(zi, zi, cr));
+    const V nzi = Fma(twoRe, zi, ci);
+    const V x = FmaSub(zr, o.dr, hn::Mul(zi, o.di));
+    const V y = Fma(zr, o.di, hn::Mul(zi, o.dr));
+    o.dr = hn::Add(hn::Add(x, x), one);
+    o.di = hn::Add(y, y);
+    // Min is safe here: the values are non-negative, and a NaN orbit never escapes, so its
+    // trap distance is never read.
+    o.trap = hn::Min(o.trap, MinAbs(nzr, nzi));
+    const V ar = o.ar, ai = o.ai;
+    o.ar = FmaSub(ar, twoRe, hn::Mul(ai, twoIm));
+    o.ai = Fma(ar, twoIm, hn::Mul(ai, twoRe));
+    o.zr = nzr;
+    o.zi = nzi;
+    return Norm(nzr, nzi);
+}
+
+// A match: the new z back within 1e-9 (squared) of the checkpoint z with |A| < 1. (sqrt(q) < 1
+// holds exactly when q < 1, since sqrt(1 - 2^-53) rounds below 1: no square root is needed.)
+HWY_INLINE M Matching(const Orbit& o, V zcr, V zci) {
+    const D d;
+    const M near = hn::Lt(Norm(hn::Sub(o.zr, zcr), hn::Sub(o.zi, zci)), hn::Set(d, kernel::kCloseness));
+    return hn::And(near, hn::Lt(Norm(o.ar, o.ai), hn::Set(d, 1.0)));
+}
+
+// --- Finishing escapes ------------------------------------------------------------------------
+
+// The escape results of the queued lanes: the scalar kernel's finishEscape, with everything but
+// the logarithms (which must be the C library's, as there) done a vector at a time.
+HWY_NOINLINE void FinishEscapes(Span& s) {
+    const D d;
+    Escapes& e = s.escapes;
+    const std::size_t n = hn::Lanes(d);
+    for (std::size_t j = e.count; j % n != 0; ++j) e.r2[j] = e.dr[j] = e.di[j] = e.step[j] = 1.0;
+    for (std::size_t j = 0; j < e.count; j += n) {  // the last vector runs into the room
+        hn::Store(hn::Sqrt(hn::Load(d, e.r2 + j)), d, e.zMag + j);
+        hn::Store(hn::Sqrt(Norm(hn::Load(d, e.dr + j), hn::Load(d, e.di + j))), d, e.dMag + j);
+    }
+    for (std::size_t j = 0; j < e.count; ++j) {
+        e.dr[j] = std::log(std::log(e.r2[j]) * 0.5);  // the count's fraction (before scaling)
+        e.di[j] = std::log(e.zMag[j]);
+        s.iterations += static_cast<std::uint64_t>(e.step[j]);
+    }
+    const V maxIter = s.maxIter, one = hn::Set(d, 1.0);
+    for (std::size_t j = 0; j < e.count; j += n) {
+        const V k = hn::Load(d, e.step + j), zMag = hn::Load(d, e.zMag + j);
+        const V dMag = hn::Load(d, e.dMag + j);
+        const V nu = Select(hn::Lt(k, maxIter),
+                            hn::Add(hn::Add(k, one), hn::Div(hn::Load(d, e.dr + j), hn::Set(d, kernel::kNegLn2))),
+                            hn::Sub(maxIter, hn::Set(d, 0.5)));
+        const V distance = hn::Div(hn::Mul(hn::Add(zMag, zMag), hn::Load(d, e.di + j)),
+                                   hn::Add(dMag, hn::Set(d, kernel::kDerivativeGuard)));
+        hn::Store(nu, d, e.dr + j);
+        hn::Store(hn::IfThenElseZero(hn::IsFinite(dMag), distance), d, e.di + j);
+    }
+    for (std::size_t j = 0; j < e.count; ++j)
+        s.out[static_cast<std::int64_t>(e.index[j])] = {e.dr[j], e.di[j], e.trap[j]};
+    e.count = 0;
+}
+
+// Queues the escapes of the lanes in `escaped`: their pixels and final values.
+HWY_INLINE void QueueEscapes(Span& s, M escaped, V index, V step, V r2, V dr, V di, V trap) {
+    const D d;
+    Escapes& e = s.escapes;
+    hn::CompressStore(index, escaped, d, e.index + e.count);
+    hn::CompressStore(step, escaped, d, e.step + e.count);
+    hn::CompressStore(r2, escaped, d, e.r2 + e.count);
+    hn::CompressStore(dr, escaped, d, e.dr + e.count);
+    hn::CompressStore(di, escaped, d, e.di + e.count);
+    e.count += hn::CompressStore(trap, escaped, d, e.trap + e.count);
+    if (e.count + hn::Lanes(d) > Escapes::kCapacity) FinishEscapes(s);
+}
 
 // --- The feed ---------------------------------------------------------------------------------
 
@@ -190,90 +285,141 @@ HWY_INLINE M CardioidOrBulb(V x, V y) {
     return hn::Or(cardioid, bulb);
 }
 
-// Screens the next block of a Mandelbrot span: pixels in the cardioid or the period-2 bulb get
-// their result now, the others are queued.
-HWY_NOINLINE void ScreenBlock(Span& s) {
+// The next block of the span's pixels into the candidates. Mandelbrot pixels in the cardioid or
+// the period-2 bulb get their result now instead.
+template <bool kJulia>
+HWY_INLINE std::size_t Screen(Span& s, std::int64_t begin, std::int64_t end) {
     const D d;
     const auto n = static_cast<std::int64_t>(hn::Lanes(d));
     const SpanInput& in = *s.in;
     Feed& f = s.feed;
-    f.count = f.taken = 0;
-    const std::int64_t end =
-        std::min<std::int64_t>(in.count, f.screened + static_cast<std::int64_t>(Feed::kBlock));
+    std::size_t count = 0;
     const V y = hn::Set(d, in.y);
-    std::int64_t i = f.screened;
+    std::int64_t i = begin;
     for (; i + n <= end; i += n) {
         const V x = hn::LoadU(d, in.xs + i);
-        const M inside = CardioidOrBulb(x, y);
-        if (!hn::AllFalse(d, inside)) {
-            const LaneBits bits(inside);
-            for (std::int64_t l = 0; l < n; ++l)
-                if (bits[static_cast<std::size_t>(l)]) kernel::setInterior(s.out[i + l], in.maxIter);
+        M keep = hn::FirstN(d, hn::Lanes(d));
+        if constexpr (!kJulia) {
+            const M inside = CardioidOrBulb(x, y);
+            if (!hn::AllFalse(d, inside)) {
+                const LaneBits bits(inside);
+                for (std::int64_t l = 0; l < n; ++l)
+                    if (bits[static_cast<std::size_t>(l)]) kernel::setInterior(s.out[i + l], in.maxIter);
+            }
+            keep = hn::Not(inside);
         }
-        const M keep = hn::Not(inside);
         hn::CompressStore(hn::Add(hn::Iota(d, 0.0), hn::Set(d, static_cast<double>(i))), keep, d,
-                          f.index + f.count);
-        f.count += hn::CompressStore(x, keep, d, f.x + f.count);
+                          f.candidateIndex + count);
+        count += hn::CompressStore(x, keep, d, f.candidateX + count);
     }
     for (; i < end; ++i) {
-        if (kernel::cardioidOrBulb(in.xs[i], in.y)) {
+        if (!kJulia && kernel::cardioidOrBulb(in.xs[i], in.y)) {
             kernel::setInterior(s.out[i], in.maxIter);
         } else {
-            f.x[f.count] = in.xs[i];
-            f.index[f.count++] = static_cast<double>(i);
+            f.candidateX[count] = in.xs[i];
+            f.candidateIndex[count++] = static_cast<double>(i);
         }
     }
-    f.screened = end;
+    return count;
 }
 
-// The next pixel to iterate, or false when the span is done.
+// Steps of the lockstep warm-up, at most; it stops early at step 8 or 16 once at most two of
+// its pixels still need iterating.
+constexpr int kWarmUpSteps = 32;
+
+// Takes up to one vector of candidates (from `first`, `count` of them) through their first
+// steps together, with no lane refilled: most pixels of a wide view escape within a handful of
+// steps, and this finishes them without the per-lane refills and mispredicted branches of the
+// main loop. The escapes are queued. The others join the feed at the power of two the warm-up
+// reached (their checkpoint: z becomes the reference, A restarts, no candidate cycle), except
+// those that matched on the way, which start again from step 0 in a lane, where the cycle
+// detector runs in full.
 template <bool kJulia>
-HWY_INLINE bool NextPixel(Span& s, double& x, std::int64_t& index) {
-    Feed& f = s.feed;
-    if constexpr (kJulia) {
-        if (f.screened >= s.in->count) return false;
-        index = f.screened++;
-        x = s.in->xs[index];
-        return true;
-    } else {
-        while (f.taken == f.count) {
-            if (f.screened >= s.in->count) return false;
-            ScreenBlock(s);
-        }
-        x = f.x[f.taken];
-        index = static_cast<std::int64_t>(f.index[f.taken++]);
-        return true;
-    }
-}
-
-// --- Finishing and refilling ------------------------------------------------------------------
-
-HWY_NOINLINE void FinishEscapes(Span& s) {
-    Escapes& e = s.escapes;
-    for (std::size_t j = 0; j < e.count; ++j) {
-        const auto k = static_cast<std::int64_t>(e.step[j]);
-        s.iterations += static_cast<std::uint64_t>(k);
-        kernel::finishEscape(k, s.in->maxIter, e.r2[j], e.dr[j], e.di[j], e.trap[j],
-                             s.out[static_cast<std::int64_t>(e.index[j])]);
-    }
-    e.count = 0;
-}
-
-// Queues the escaped lanes' final values, from the group's spilled state.
-HWY_INLINE void QueueEscapes(Span& s, const Group& g, M escaped) {
+HWY_INLINE void WarmUp(Span& s, std::size_t first, std::size_t count) {
     const D d;
-    Escapes& e = s.escapes;
-    const HotCopy& c = g.hot;
-    alignas(64) double pixel[kMaxLanes];
-    for (std::size_t l = 0; l < hn::Lanes(d); ++l) pixel[l] = static_cast<double>(g.pixel[l]);
-    hn::CompressStore(hn::Load(d, pixel), escaped, d, e.index + e.count);
-    hn::CompressStore(hn::Load(d, c.step), escaped, d, e.step + e.count);
-    hn::CompressStore(hn::Load(d, c.r2), escaped, d, e.r2 + e.count);
-    hn::CompressStore(hn::Load(d, c.dr), escaped, d, e.dr + e.count);
-    hn::CompressStore(hn::Load(d, c.di), escaped, d, e.di + e.count);
-    e.count += hn::CompressStore(hn::Load(d, c.trap), escaped, d, e.trap + e.count);
-    if (e.count + hn::Lanes(d) > Escapes::kCapacity) FinishEscapes(s);
+    Feed& f = s.feed;
+    const M real = hn::FirstN(d, count);
+    const V x = hn::IfThenElseZero(real, hn::LoadU(d, f.candidateX + first));
+    const V index = hn::LoadU(d, f.candidateIndex + first);
+    const V cr = kJulia ? s.cr : x, y = hn::Set(d, s.in->y);
+    const V zero = hn::Zero(d), one = hn::Set(d, 1.0);
+    const V z0r = kJulia ? x : zero, z0i = kJulia ? y : zero;
+    Orbit o{z0r, z0i, zero, zero, hn::Set(d, kInf), one, zero};
+    V zcr = z0r, zci = z0i;
+    M alive = real, matched = None(), escaped = None();
+    V escStep = zero, escR2 = zero, escDr = zero, escDi = zero, escTrap = zero;
+    const V bailout = hn::Set(d, kernel::kBailout);
+    int k = 1;
+    for (;; ++k) {
+        const V r2 = Iterate(o, cr, s.ci);
+        const M now = hn::And(alive, hn::Ge(r2, bailout));
+        escStep = Select(now, hn::Set(d, k), escStep);
+        escR2 = Select(now, r2, escR2);
+        escDr = Select(now, o.dr, escDr);
+        escDi = Select(now, o.di, escDi);
+        escTrap = Select(now, o.trap, escTrap);
+        escaped = hn::Or(escaped, now);
+        alive = hn::AndNot(now, alive);
+        matched = hn::Or(matched, hn::And(alive, Matching(o, zcr, zci)));
+        if ((k & (k - 1)) == 0) {  // a checkpoint for every lane
+            zcr = o.zr;
+            zci = o.zi;
+            o.ar = one;
+            o.ai = zero;
+            if (k == kWarmUpSteps) break;
+            if (k >= 8 && hn::CountTrue(d, hn::AndNot(matched, alive)) <= 2) break;
+        }
+    }
+    QueueEscapes(s, hn::AndNot(matched, escaped), index, escStep, escR2, escDr, escDi, escTrap);
+    const auto add = [&](M which, V zr, V zi, V dr, V di, V trap, V step) {
+        const std::size_t at = f.count;
+        hn::CompressStore(x, which, d, f.x + at);
+        hn::CompressStore(index, which, d, f.index + at);
+        hn::CompressStore(zr, which, d, f.zr + at);
+        hn::CompressStore(zi, which, d, f.zi + at);
+        hn::CompressStore(dr, which, d, f.dr + at);
+        hn::CompressStore(di, which, d, f.di + at);
+        hn::CompressStore(trap, which, d, f.trap + at);
+        f.count += hn::CompressStore(step, which, d, f.step + at);
+    };
+    add(hn::AndNot(matched, alive), o.zr, o.zi, o.dr, o.di, o.trap, hn::Set(d, k));
+    if (HWY_UNLIKELY(!hn::AllFalse(d, matched)))
+        add(matched, z0r, z0i, zero, zero, hn::Set(d, kInf), zero);
 }
+
+// Refills the feed with the next block of the span; false when the span is done.
+template <bool kJulia>
+HWY_NOINLINE bool FillFeed(Span& s) {
+    Feed& f = s.feed;
+    const SpanInput& in = *s.in;
+    f.count = f.taken = 0;
+    while (f.count == 0 && f.screened < in.count) {
+        const std::int64_t end =
+            std::min<std::int64_t>(in.count, f.screened + static_cast<std::int64_t>(Feed::kBlock));
+        const std::size_t candidates = Screen<kJulia>(s, f.screened, end);
+        f.screened = end;
+        const std::size_t n = hn::Lanes(D());
+        for (std::size_t i = 0; i < candidates; i += n) {
+            const std::size_t group = std::min(n, candidates - i);
+            if (s.warmUp) {
+                WarmUp<kJulia>(s, i, group);
+                continue;
+            }
+            for (std::size_t j = i; j < i + group; ++j) {  // straight into the lanes
+                const double x = f.candidateX[j];
+                f.x[f.count] = x;
+                f.index[f.count] = f.candidateIndex[j];
+                f.zr[f.count] = kJulia ? x : 0.0;
+                f.zi[f.count] = kJulia ? in.y : 0.0;
+                f.dr[f.count] = f.di[f.count] = f.step[f.count] = 0.0;
+                f.trap[f.count++] = kInf;
+            }
+        }
+    }
+    return f.count > 0;
+}
+
+// --- Lanes ------------------------------------------------------------------------------------
 
 // Lanes that ended without escaping (proven interior, or at the ceiling).
 HWY_INLINE void FinishInterior(Span& s, const Group& g, M ended) {
@@ -285,41 +431,56 @@ HWY_INLINE void FinishInterior(Span& s, const Group& g, M ended) {
     }
 }
 
-// Gives every lane in `done` its next pixel (or makes it idle) and resets its state. An idle
-// lane holds a NaN orbit, which never escapes or matches, and has no timed events.
+// Gives every lane in `done` the feed's next pixel (or makes it idle) and sets its state. An
+// idle lane holds a NaN orbit, which never escapes or matches, and never reaches the ceiling.
 template <bool kJulia>
 HWY_INLINE void Refill(Span& s, Group& g, M done) {
     const D d;
     const LaneBits doneBits(done);
     alignas(8) std::uint8_t freshBits[8] = {};
-    alignas(64) double staged[kMaxLanes] = {};
+    alignas(64) double x[kMaxLanes] = {}, zr[kMaxLanes] = {}, zi[kMaxLanes] = {};
+    alignas(64) double dr[kMaxLanes] = {}, di[kMaxLanes] = {}, trap[kMaxLanes] = {};
+    alignas(64) double step[kMaxLanes] = {};
+    Feed& f = s.feed;
     g.active = false;
     for (std::size_t l = 0; l < hn::Lanes(d); ++l) {
         if (doneBits[l]) {
             g.pixel[l] = -1;
-            if (NextPixel<kJulia>(s, staged[l], g.pixel[l]))
+            if (f.taken < f.count || FillFeed<kJulia>(s)) {
+                const std::size_t e = f.taken++;
+                g.pixel[l] = static_cast<std::int64_t>(f.index[e]);
+                x[l] = f.x[e];
+                zr[l] = f.zr[e];
+                zi[l] = f.zi[e];
+                dr[l] = f.dr[e];
+                di[l] = f.di[e];
+                trap[l] = f.trap[e];
+                step[l] = f.step[e];
                 freshBits[l / 8] |= static_cast<std::uint8_t>(1u << (l % 8));
+            }
         }
         g.active = g.active || g.pixel[l] >= 0;
     }
     const M fresh = hn::LoadMaskBits(d, freshBits);
-    const V zero = hn::Zero(d), one = hn::Set(d, 1.0), inf = hn::Set(d, kInf);
-    const V x = hn::Load(d, staged), idle = hn::NaN(d);
-    const V zr = kJulia ? Select(fresh, x, idle) : Select(fresh, zero, idle);
-    const V zi = kJulia ? Select(fresh, hn::Set(d, s.in->y), idle) : zr;
-    const auto reset = [&](double* field, V value) {
-        hn::Store(Select(done, value, hn::Load(d, field)), d, field);
-    };
+    const V zero = hn::Zero(d), one = hn::Set(d, 1.0), idle = hn::NaN(d);
+    const auto reset = [&](double* field, V value) { hn::BlendedStore(value, done, d, field); };
+    const V steps = hn::Load(d, step), z0r = Select(fresh, hn::Load(d, zr), idle);
+    const V z0i = Select(fresh, hn::Load(d, zi), idle);
     HotCopy& c = g.hot;
-    reset(c.zr, zr);
-    reset(c.zi, zi);
-    reset(c.zcr, zr);
-    reset(c.zci, zi);
-    if constexpr (!kJulia) reset(c.cr, x);
-    for (double* field : {c.dr, c.di, c.ai, c.step}) reset(field, zero);
-    for (double* field : {c.ar, c.nextCheckpoint}) reset(field, one);
-    reset(c.trap, inf);
-    reset(g.ceilingTime, Select(fresh, hn::Add(hn::Set(d, g.time), s.maxIter), inf));
+    reset(c.zr, z0r);
+    reset(c.zi, z0i);
+    reset(c.zcr, z0r);  // step 0, or a checkpoint
+    reset(c.zci, z0i);
+    if constexpr (!kJulia) reset(c.cr, hn::Load(d, x));
+    reset(c.dr, hn::Load(d, dr));
+    reset(c.di, hn::Load(d, di));
+    reset(c.trap, hn::Load(d, trap));
+    reset(c.ar, one);
+    reset(c.ai, zero);
+    reset(c.step, steps);
+    reset(c.nextCheckpoint, Select(hn::Eq(steps, zero), one, hn::Add(steps, steps)));
+    const V ceiling = hn::Add(hn::Set(d, g.time), hn::Sub(s.maxIter, steps));
+    reset(g.ceilingTime, Select(fresh, ceiling, hn::Set(d, kInf)));
     for (double* field : {g.firstMatch, g.period, g.confirmations}) reset(field, zero);
 }
 
@@ -327,14 +488,18 @@ HWY_INLINE void Refill(Span& s, Group& g, M done) {
 template <bool kJulia>
 HWY_NOINLINE void Retire(Span& s, Group& g, M escaped, M ended) {
     const D d;
-    if (!hn::AllFalse(d, escaped)) QueueEscapes(s, g, escaped);
+    if (!hn::AllFalse(d, escaped)) {
+        const HotCopy& c = g.hot;
+        alignas(64) double pixel[kMaxLanes];
+        for (std::size_t l = 0; l < hn::Lanes(d); ++l) pixel[l] = static_cast<double>(g.pixel[l]);
+        QueueEscapes(s, escaped, hn::Load(d, pixel), hn::Load(d, c.step), hn::Load(d, c.r2),
+                     hn::Load(d, c.dr), hn::Load(d, c.di), hn::Load(d, c.trap));
+    }
     const M quiet = hn::AndNot(escaped, ended);
     if (!hn::AllFalse(d, quiet)) FinishInterior(s, g, quiet);
     Refill<kJulia>(s, g, hn::Or(escaped, ended));
     ScheduleCeiling(g);
 }
-
-// --- Events -----------------------------------------------------------------------------------
 
 // --- Cycle confirmations ----------------------------------------------------------------------
 //
@@ -505,8 +670,8 @@ HWY_INLINE M Matches(Span& s, const Hot& h, Group& g, M match, V ar, V ai, V c) 
     set(g.confirmations, hn::Zero(d));
     set(g.period, hn::Sub(step, checkpoint));
     set(g.firstMatch, step);
-    set(g.zmr, h.zr);
-    set(g.zmi, h.zi);
+    set(g.zmr, h.o.zr);
+    set(g.zmi, h.o.zi);
     set(g.sr, ar);
     set(g.si, ai);
     return interior;
@@ -530,44 +695,23 @@ HWY_INLINE void OnEvents(Span& s, Hot& h, Group& g, V r2, M escaped, M match, V 
 template <bool kJulia>
 HWY_INLINE void Step(Span& s, Hot& h, Group& g) {
     const D d;
-    const V one = hn::Set(d, 1.0);
-    const V cr = kJulia ? s.cr : hn::Load(d, g.hot.cr);
     h.time += 1.0;
-    h.step = hn::Add(h.step, one);
-    const V zr = h.zr, zi = h.zi, twoRe = hn::Add(zr, zr), twoIm = hn::Add(zi, zi);
-
-    const V nzr = Fma(zr, zr, NegFma(zi, zi, cr));
-    const V nzi = Fma(twoRe, zi, s.ci);
-    const V x = FmaSub(zr, h.dr, hn::Mul(zi, h.di));
-    const V y = Fma(zr, h.di, hn::Mul(zi, h.dr));
-    h.dr = hn::Add(hn::Add(x, x), one);
-    h.di = hn::Add(y, y);
-    // Min is safe here: the values are non-negative, and a NaN orbit never escapes, so its
-    // trap distance is never read.
-    h.trap = hn::Min(h.trap, MinAbs(nzr, nzi));
-    const V r2 = Norm(nzr, nzi);
+    h.step = hn::Add(h.step, hn::Set(d, 1.0));
+    const V r2 = Iterate(h.o, kJulia ? s.cr : hn::Load(d, g.hot.cr), s.ci);
     const M escaped = hn::Ge(r2, hn::Set(d, kernel::kBailout));
-
-    const V ar = FmaSub(h.ar, twoRe, hn::Mul(h.ai, twoIm));
-    const V ai = Fma(h.ar, twoIm, hn::Mul(h.ai, twoRe));
-
-    // A match: back within 1e-9 (squared) of the checkpoint with |A| < 1. (sqrt(q) < 1 holds
-    // exactly when q < 1, since sqrt(1 - 2^-53) rounds below 1, so no square root is needed.)
     // An escaped lane may match too: it is finished as escaped regardless.
-    const M near = hn::Lt(Norm(hn::Sub(nzr, h.zcr), hn::Sub(nzi, h.zci)), hn::Set(d, kernel::kCloseness));
-    const M match = hn::And(near, hn::Lt(Norm(ar, ai), one));
+    const M match = Matching(h.o, h.zcr, h.zci);
+    const V ar = h.o.ar, ai = h.o.ai;  // as the match test saw it
 
     // Checkpoints (steps 1, 2, 4, 8, ...), after the match test: the new z becomes the reference
     // and A restarts. Done on every step without a branch: checkpoints come too often, and too
     // irregularly, for a branch on them to be cheaper.
     const M at = hn::Eq(h.step, h.nextCheckpoint);
-    h.zcr = Select(at, nzr, h.zcr);
-    h.zci = Select(at, nzi, h.zci);
-    h.ar = Select(at, one, ar);
-    h.ai = Select(at, hn::Zero(d), ai);
+    h.zcr = Select(at, h.o.zr, h.zcr);
+    h.zci = Select(at, h.o.zi, h.zci);
+    h.o.ar = Select(at, hn::Set(d, 1.0), ar);
+    h.o.ai = Select(at, hn::Zero(d), ai);
     h.nextCheckpoint = Select(at, hn::Add(h.nextCheckpoint, h.nextCheckpoint), h.nextCheckpoint);
-    h.zr = nzr;
-    h.zi = nzi;
     if (HWY_UNLIKELY(!hn::AllFalse(d, hn::Or(escaped, match)) || h.time == h.nextCeiling))
         OnEvents<kJulia>(s, h, g, r2, escaped, match, ar, ai);
 }
@@ -607,8 +751,16 @@ void EscapeSpanImpl(const SpanInput& in, EscapeResult* out, std::uint64_t* itera
     // Confirmations trust their estimates only while no underflow has been flagged since here.
     std::feclearexcept(FE_UNDERFLOW);
     const D d;
-    Span s{&in,    out, hn::Set(d, in.juliaRe), hn::Set(d, in.julia ? in.juliaIm : in.y),
-           hn::Set(d, static_cast<double>(in.maxIter)), mayEstimate, {}, {}, 0};
+    Span s{&in,
+           out,
+           hn::Set(d, in.juliaRe),
+           hn::Set(d, in.julia ? in.juliaIm : in.y),
+           hn::Set(d, static_cast<double>(in.maxIter)),
+           mayEstimate,
+           in.maxIter > kWarmUpSteps,
+           {},
+           {},
+           0};
     if (in.julia)
         WalkSpan<true>(s);
     else
