@@ -143,7 +143,7 @@ bool Frame::resize(int newWidth, int newHeight) {
     height = newHeight;
     pixels.assign(count * 4, 0);
     data.assign(count, PixelExtendedData{});
-    reliefBase.assign(count * 4, 0);
+    reliefBase = {};  // made by the first relief pass
     elevation.clear();
     keptInputs.release();
     return true;
@@ -267,6 +267,7 @@ void recolorFrame(const RenderRequest& r, Frame& frame, bool keepInputs) {
 void reliefPass(Frame& frame, std::int32_t maxIter, const ReliefLight& light,
                 const ShadingTuning& tuning) {
     if (frame.pixels.empty()) return;
+    frame.reliefBase.resize(frame.pixels.size());
     std::memcpy(frame.reliefBase.data(), frame.pixels.data(), frame.pixels.size());
     buildElevation(frame.data.data(), frame.pixelCount(), maxIter, frame.elevation);
     applyRelief(frame.pixels.data(), frame.elevation.data(), frame.width, frame.height, light,

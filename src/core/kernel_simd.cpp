@@ -158,7 +158,7 @@ HWY_INLINE void ScheduleCeiling(Group& g) {
 // WarmUp), each with its state at its step number (0, or the power of two it was warmed up to).
 struct Feed {
     static constexpr std::size_t kBlock = 16 * kMaxLanes;
-    static constexpr std::size_t kRoom = kBlock + kMaxLanes;  // for full-vector stores
+    static constexpr std::size_t kRoom = kBlock + 2 * kMaxLanes;  // for whole vectors
     // The pixel's x and number; its z, derivative and trap at `step`.
     alignas(64) double x[kRoom], index[kRoom], zr[kRoom], zi[kRoom];
     alignas(64) double dr[kRoom], di[kRoom], trap[kRoom], step[kRoom];
@@ -324,53 +324,87 @@ HWY_INLINE std::size_t Screen(Span& s, std::int64_t begin, std::int64_t end) {
 }
 
 // Steps of the lockstep warm-up, at most; it stops early at step 8 or 16 once at most two of
-// its pixels still need iterating.
+// its pixels in each vector still need iterating.
 constexpr int kWarmUpSteps = 32;
 
-// Takes up to one vector of candidates (from `first`, `count` of them) through their first
-// steps together, with no lane refilled: most pixels of a wide view escape within a handful of
-// steps, and this finishes them without the per-lane refills and mispredicted branches of the
-// main loop. The escapes are queued. The others join the feed at the power of two the warm-up
-// reached (their checkpoint: z becomes the reference, A restarts, no candidate cycle), except
-// those that matched on the way, which start again from step 0 in a lane, where the cycle
-// detector runs in full.
+// Whether the new z may have come back close to the checkpoint z: within 1e-9 (squared) means
+// within sqrt(1e-9) < 3.17e-5 on each axis. A cheap test that lets through a few more lanes
+// than the match test would; the warm-up only uses it to send lanes to the full detector.
+HWY_INLINE M MayMatch(const Orbit& o, V zcr, V zci) {
+    const D d;
+    const V dr = hn::Abs(hn::Sub(o.zr, zcr)), di = hn::Abs(hn::Sub(o.zi, zci));
+    return hn::Lt(hn::Max(dr, di), hn::Set(d, 3.17e-5));
+}
+
+// Up to one vector of candidates (`count` from `first`) taken through their first steps
+// together, with no lane refilled: most pixels of a wide view escape within a handful of
+// steps, and this finishes them without the refills and mispredicted branches of the main
+// loop. A lane that escapes keeps its final values (and its step count) from then on.
+struct Warm {
+    std::size_t first;
+    Orbit o;
+    V zcr, zci, step;
+    M alive, matched;
+};
+
 template <bool kJulia>
-HWY_INLINE void WarmUp(Span& s, std::size_t first, std::size_t count) {
+HWY_INLINE Warm WarmStart(const Span& s, std::size_t first, std::size_t count) {
+    const D d;
+    Warm w;
+    w.first = first;
+    w.alive = hn::FirstN(d, count);
+    w.matched = None();
+    const V x = hn::LoadU(d, s.feed.candidateX + first), zero = hn::Zero(d);
+    const V zr = kJulia ? x : zero, zi = kJulia ? hn::Set(d, s.in->y) : zero;
+    w.o = Orbit{zr, zi, zero, zero, hn::Set(d, kInf), hn::Set(d, 1.0), zero};
+    w.zcr = zr;
+    w.zci = zi;
+    w.step = zero;
+    return w;
+}
+
+// Step k of the warm-up; a power of two is every lane's checkpoint.
+template <bool kJulia>
+HWY_INLINE void WarmStep(const Span& s, Warm& w, int k) {
+    const D d;
+    Orbit n = w.o;
+    const V r2 = Iterate(n, kJulia ? s.cr : hn::LoadU(d, s.feed.candidateX + w.first), s.ci);
+    w.o.zr = Select(w.alive, n.zr, w.o.zr);
+    w.o.zi = Select(w.alive, n.zi, w.o.zi);
+    w.o.dr = Select(w.alive, n.dr, w.o.dr);
+    w.o.di = Select(w.alive, n.di, w.o.di);
+    w.o.trap = Select(w.alive, n.trap, w.o.trap);
+    w.o.ar = n.ar;
+    w.o.ai = n.ai;
+    w.step = hn::Add(w.step, hn::IfThenElseZero(w.alive, hn::Set(d, 1.0)));
+    w.alive = hn::AndNot(hn::Ge(r2, hn::Set(d, kernel::kBailout)), w.alive);
+    w.matched = hn::Or(w.matched, hn::And(w.alive, MayMatch(n, w.zcr, w.zci)));
+    if ((k & (k - 1)) == 0) {
+        w.zcr = n.zr;
+        w.zci = n.zi;
+        w.o.ar = hn::Set(d, 1.0);
+        w.o.ai = hn::Zero(d);
+    }
+}
+
+HWY_INLINE bool WarmEnough(const Warm& w) {
+    return hn::CountTrue(D(), hn::AndNot(w.matched, w.alive)) <= 2;
+}
+
+// Queues the warm-up's escapes; the others join the feed at the power of two it reached (their
+// checkpoint: z becomes the reference, A restarts, no candidate cycle), except those that
+// matched on the way, which start again from step 0 in a lane, where the cycle detector runs
+// in full.
+template <bool kJulia>
+HWY_INLINE void WarmFinish(Span& s, const Warm& w, std::size_t count) {
     const D d;
     Feed& f = s.feed;
     const M real = hn::FirstN(d, count);
-    const V x = hn::IfThenElseZero(real, hn::LoadU(d, f.candidateX + first));
-    const V index = hn::LoadU(d, f.candidateIndex + first);
-    const V cr = kJulia ? s.cr : x, y = hn::Set(d, s.in->y);
-    const V zero = hn::Zero(d), one = hn::Set(d, 1.0);
-    const V z0r = kJulia ? x : zero, z0i = kJulia ? y : zero;
-    Orbit o{z0r, z0i, zero, zero, hn::Set(d, kInf), one, zero};
-    V zcr = z0r, zci = z0i;
-    M alive = real, matched = None(), escaped = None();
-    V escStep = zero, escR2 = zero, escDr = zero, escDi = zero, escTrap = zero;
-    const V bailout = hn::Set(d, kernel::kBailout);
-    int k = 1;
-    for (;; ++k) {
-        const V r2 = Iterate(o, cr, s.ci);
-        const M now = hn::And(alive, hn::Ge(r2, bailout));
-        escStep = Select(now, hn::Set(d, k), escStep);
-        escR2 = Select(now, r2, escR2);
-        escDr = Select(now, o.dr, escDr);
-        escDi = Select(now, o.di, escDi);
-        escTrap = Select(now, o.trap, escTrap);
-        escaped = hn::Or(escaped, now);
-        alive = hn::AndNot(now, alive);
-        matched = hn::Or(matched, hn::And(alive, Matching(o, zcr, zci)));
-        if ((k & (k - 1)) == 0) {  // a checkpoint for every lane
-            zcr = o.zr;
-            zci = o.zi;
-            o.ar = one;
-            o.ai = zero;
-            if (k == kWarmUpSteps) break;
-            if (k >= 8 && hn::CountTrue(d, hn::AndNot(matched, alive)) <= 2) break;
-        }
-    }
-    QueueEscapes(s, hn::AndNot(matched, escaped), index, escStep, escR2, escDr, escDi, escTrap);
+    const V x = hn::IfThenElseZero(real, hn::LoadU(d, f.candidateX + w.first));
+    const V index = hn::LoadU(d, f.candidateIndex + w.first);
+    const M escaped = hn::AndNot(w.alive, real);
+    QueueEscapes(s, hn::AndNot(w.matched, escaped), index, w.step, Norm(w.o.zr, w.o.zi), w.o.dr,
+                 w.o.di, w.o.trap);
     const auto add = [&](M which, V zr, V zi, V dr, V di, V trap, V step) {
         const std::size_t at = f.count;
         hn::CompressStore(x, which, d, f.x + at);
@@ -382,9 +416,29 @@ HWY_INLINE void WarmUp(Span& s, std::size_t first, std::size_t count) {
         hn::CompressStore(trap, which, d, f.trap + at);
         f.count += hn::CompressStore(step, which, d, f.step + at);
     };
-    add(hn::AndNot(matched, alive), o.zr, o.zi, o.dr, o.di, o.trap, hn::Set(d, k));
-    if (HWY_UNLIKELY(!hn::AllFalse(d, matched)))
-        add(matched, z0r, z0i, zero, zero, hn::Set(d, kInf), zero);
+    add(hn::AndNot(w.matched, w.alive), w.o.zr, w.o.zi, w.o.dr, w.o.di, w.o.trap, w.step);
+    if (HWY_UNLIKELY(!hn::AllFalse(d, w.matched))) {
+        const V zero = hn::Zero(d);
+        add(w.matched, kJulia ? x : zero, kJulia ? hn::Set(d, s.in->y) : zero, zero, zero,
+            hn::Set(d, kInf), zero);
+    }
+}
+
+// Warms up two vectors of candidates at once: their steps are independent, so each fills the
+// other's waits.
+template <bool kJulia>
+HWY_INLINE void WarmUp(Span& s, std::size_t first, std::size_t count) {
+    const std::size_t n = hn::Lanes(D());
+    const std::size_t count0 = std::min(n, count), count1 = count - count0;
+    Warm w0 = WarmStart<kJulia>(s, first, count0), w1 = WarmStart<kJulia>(s, first + n, count1);
+    for (int k = 1;; ++k) {
+        WarmStep<kJulia>(s, w0, k);
+        WarmStep<kJulia>(s, w1, k);
+        if ((k & (k - 1)) == 0 && k >= 8 && (k == kWarmUpSteps || (WarmEnough(w0) && WarmEnough(w1))))
+            break;
+    }
+    WarmFinish<kJulia>(s, w0, count0);
+    if (count1 > 0) WarmFinish<kJulia>(s, w1, count1);
 }
 
 // Refills the feed with the next block of the span; false when the span is done.
@@ -399,8 +453,10 @@ HWY_NOINLINE bool FillFeed(Span& s) {
         const std::size_t candidates = Screen<kJulia>(s, f.screened, end);
         f.screened = end;
         const std::size_t n = hn::Lanes(D());
-        for (std::size_t i = 0; i < candidates; i += n) {
-            const std::size_t group = std::min(n, candidates - i);
+        for (std::size_t j = candidates; j < candidates + 2 * n; ++j)  // calm idle lanes
+            f.candidateX[j] = f.candidateIndex[j] = 0.0;
+        for (std::size_t i = 0; i < candidates; i += 2 * n) {
+            const std::size_t group = std::min(2 * n, candidates - i);
             if (s.warmUp) {
                 WarmUp<kJulia>(s, i, group);
                 continue;
