@@ -25,6 +25,7 @@
 #include <vector>
 
 #include "core/frame.h"
+#include "core/render_rows.h"
 #include "core/palette.h"
 #include "explore/palette_motion.h"
 #include "explore/selection.h"
@@ -263,6 +264,7 @@ private:
     bool trace_ = false;  // GLIMMERSCAPE_TRACE=1: one line on stdout per completed picture
     QThreadPool renderPool_;
     std::shared_ptr<std::atomic<bool>> stopWorkers_ = std::make_shared<std::atomic<bool>>(false);
+    RenderGenerations renderGenerations_;  // lets a superseded render's workers stop
 
     // --- Interface ---
     MandelbrotView* fractalView_ = nullptr;
