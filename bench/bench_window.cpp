@@ -132,6 +132,37 @@ void zoomStorm(gs::MacViewController& window, const gs::Viewport& elsewhere) {
                 kRequests, kApartMs, b, a, b / a);
 }
 
+// The same with resizes: ten resizes 50 ms apart during the render of scene B, then back to
+// the full size, timed from the last resize to the complete picture.
+void resizeStorm(gs::MacViewController& window, const gs::Viewport& elsewhere) {
+    constexpr int kResizes = 10, kApartMs = 50;
+    const gs::Viewport sceneB = around(-0.743643887037151, 0.131825904205330, 4e-6);
+    const QSize full = window.size();
+    std::vector<double> single, storm;
+    for (int run = 0; run < 3; ++run) {
+        window.setViewport(elsewhere);
+        settle(window);
+        single.push_back(timeToPicture(window, sceneB));
+        settle(window);
+        for (int i = 0; i < kResizes; ++i) {
+            window.resize(full.width() - 16 * (1 + i % 3), full.height() - 8 * (1 + i % 2));
+            spin(kApartMs);
+        }
+        std::optional<Clock::time_point> done;
+        window.mandelbrotView()->onImageUpdated = [&](const QImage&) { done = Clock::now(); };
+        const auto start = Clock::now();
+        window.resize(full);
+        spinUntil([&] { return done.has_value() && window.mandelbrotView()->size() == QSize(kWidth, kHeight); });
+        window.mandelbrotView()->onImageUpdated = nullptr;
+        storm.push_back(ms(*done - start));
+        settle(window);
+    }
+    const double a = median(single), b = median(storm);
+    std::printf("resize storm at scene B (%d resizes %d ms apart, then back): last picture %7.1f ms, "
+                "single render from idle %7.1f ms, ratio %.2f\n",
+                kResizes, kApartMs, b, a, b / a);
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -151,5 +182,6 @@ int main(int argc, char** argv) {
     measure(window, home, elsewhere);
     measure(window, sceneB, elsewhere);
     zoomStorm(window, elsewhere);
+    resizeStorm(window, elsewhere);
     return 0;
 }
