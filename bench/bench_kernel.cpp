@@ -10,7 +10,10 @@
 //   Giter       iterations actually made (per picture)
 //   ns/pixel    time per pixel
 //   cycles/vstep  CPU cycles per vector step (8 iterations), at the clock measured at start
+//   cpu ms      (all-thread rows) CPU time of all threads: on a busy machine the wall time
+//               says little, this says whether the rows split without waste
 #include <benchmark/benchmark.h>
+#include <sys/resource.h>
 #include <oneapi/tbb/global_control.h>
 #include <oneapi/tbb/info.h>
 #include <oneapi/tbb/parallel_for.h>
@@ -105,6 +108,14 @@ bool plainLoopAgrees() {
     return true;
 }
 
+// CPU time of all the process's threads, seconds.
+double processCpuSeconds() {
+    rusage u{};
+    getrusage(RUSAGE_SELF, &u);
+    const auto sec = [](const timeval& t) { return static_cast<double>(t.tv_sec) + static_cast<double>(t.tv_usec) * 1e-6; };
+    return sec(u.ru_utime) + sec(u.ru_stime);
+}
+
 double nowSeconds(bool cpu) {
     timespec t{};
     clock_gettime(cpu ? CLOCK_THREAD_CPUTIME_ID : CLOCK_MONOTONIC, &t);
@@ -119,17 +130,20 @@ void BM_Kernel(benchmark::State& state) {
     tbb::global_control limit(tbb::global_control::max_allowed_parallelism,
                               static_cast<std::size_t>(threads));
     std::uint64_t iterations = 0;
-    double seconds = 0;
+    double seconds = 0, cpu = 0;
     for (auto _ : state) {
-        const double start = nowSeconds(!parallel);
+        const double start = nowSeconds(!parallel), cpuStart = processCpuSeconds();
         iterations += renderScene(scene(which), kind, parallel);
         seconds += nowSeconds(!parallel) - start;
+        cpu += processCpuSeconds() - cpuStart;
     }
     const auto runs = static_cast<double>(state.iterations());
     state.counters["Giter"] = static_cast<double>(iterations) / 1e9 / runs;
     state.counters["ns/pixel"] = seconds * 1e9 / (static_cast<double>(kWidth) * kHeight * runs);
     if (!parallel)
         state.counters["cycles/vstep"] = seconds * kGHz * 1e9 / (static_cast<double>(iterations) / 8);
+    else  // all threads' CPU: against the one-thread time it shows what splitting the rows costs
+        state.counters["cpu ms"] = cpu * 1e3 / runs;
     state.SetLabel(std::string("scene ") + "ABC"[which] + " " + kKindNames[kind] + " " +
                    (threads == 1 ? "1 thread" : std::to_string(threads) + " threads") +
                    (kind == kSimd ? " [" + gs::simdTargetName() + "]" : ""));
