@@ -190,6 +190,12 @@ INSTANTIATE_TEST_SUITE_P(
         Region{"ceiling-negative", -0.5, 0.0, 4.0, -7},
         Region{"ceiling-2", -1.9, 0.0, 0.5, 2},
         Region{"one-pixel-wide", -0.745, 0.1, 0.02, 800, false, 0, 0, 1, 9},
+        // Around the lockstep warm-up (up to 32 steps, only under a higher ceiling) and its
+        // blocks of pixels (a long row spans several, with an odd tail).
+        Region{"ceiling-32-no-warm-up", -0.5, 0.0, 4.0, 32},
+        Region{"ceiling-33-just-above-warm-up", -0.5, 0.0, 4.0, 33},
+        Region{"long-rows", -0.745, 0.1, 0.02, 1000, false, 0, 0, 301, 3},
+        Region{"julia-long-rows", 0.0, 0.0, 3.2, 600, true, -0.8, 0.156, 301, 3},
         // Attracting cycles of period 1 to 7: matches, confirmations and checkpoints close
         // together, B recovered from A at every due confirmation.
         Region{"julia-attracting-fixed-point", 0.0, 0.0, 3.2, 2000, true, 0.2, 0.3},
