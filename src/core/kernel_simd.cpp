@@ -236,11 +236,21 @@ HWY_NOINLINE void FinishEscapes(Span& s) {
         hn::Store(hn::Sqrt(hn::Load(d, e.r2 + j)), d, e.zMag + j);
         hn::Store(hn::Sqrt(Norm(hn::Load(d, e.dr + j), hn::Load(d, e.di + j))), d, e.dMag + j);
     }
-    for (std::size_t j = 0; j < e.count; ++j) {
-        e.dr[j] = std::log(std::log(e.r2[j]) * 0.5);  // the count's fraction (before scaling)
-        e.di[j] = std::log(e.zMag[j]);
-        s.iterations += static_cast<std::uint64_t>(e.step[j]);
+    // The logarithms in independent streams, so that consecutive calls overlap: ln(r2) and
+    // ln|z| first, then ln(ln(r2) / 2), the count's fraction before scaling.
+    const std::size_t count = e.count;
+    double* HWY_RESTRICT lnR2 = e.dr;
+    double* HWY_RESTRICT lnZ = e.di;
+    const double* HWY_RESTRICT r2 = e.r2;
+    const double* HWY_RESTRICT zMag = e.zMag;
+    for (std::size_t j = 0; j < count; ++j) {
+        lnR2[j] = std::log(r2[j]);
+        lnZ[j] = std::log(zMag[j]);
     }
+    for (std::size_t j = 0; j < count; ++j) lnR2[j] = std::log(lnR2[j] * 0.5);
+    std::uint64_t iterations = 0;
+    for (std::size_t j = 0; j < count; ++j) iterations += static_cast<std::uint64_t>(e.step[j]);
+    s.iterations += iterations;
     const V maxIter = s.maxIter, one = hn::Set(d, 1.0);
     for (std::size_t j = 0; j < e.count; j += n) {
         const V k = hn::Load(d, e.step + j), zMag = hn::Load(d, e.zMag + j);
