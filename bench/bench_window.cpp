@@ -1,7 +1,10 @@
 // How quickly the explorer window answers a new view at 1920 x 1080: the time from the render
 // request to the first partial picture on screen (the first repaint, after 30 rows) and to the
-// complete picture (the last row handed over, relief and status done). Runs the real window on
-// the offscreen platform unless QT_QPA_PLATFORM says otherwise. Prints milliseconds.
+// complete picture (the last row handed over, relief and status done). Then a zoom storm at
+// scene B: ten requests 50 ms apart, then one more, timed from the last request to its complete
+// picture, beside a single render from idle (superseded renders must not slow the last one
+// down). Runs the real window on the offscreen platform unless QT_QPA_PLATFORM says otherwise.
+// Prints milliseconds.
 #include <QApplication>
 #include <QElapsedTimer>
 #include <QEventLoop>
@@ -95,6 +98,71 @@ void measure(gs::MacViewController& window, const Scene& scene, const gs::Viewpo
                 static_cast<long long>(window.lastMaxIteration()));
 }
 
+// The time from a request for `view` to its complete picture.
+double timeToPicture(gs::MacViewController& window, const gs::Viewport& view) {
+    std::optional<Clock::time_point> done;
+    window.mandelbrotView()->onImageUpdated = [&](const QImage&) { done = Clock::now(); };
+    const auto start = Clock::now();
+    window.setViewport(view);
+    spinUntil([&] { return done.has_value(); });
+    window.mandelbrotView()->onImageUpdated = nullptr;
+    return ms(*done - start);
+}
+
+void zoomStorm(gs::MacViewController& window, const gs::Viewport& elsewhere) {
+    constexpr int kRequests = 10, kApartMs = 50;
+    std::vector<double> single, storm;
+    for (int run = 0; run < 3; ++run) {
+        window.setViewport(elsewhere);
+        settle(window);
+        single.push_back(timeToPicture(window, around(-0.743643887037151, 0.131825904205330, 4e-6)));
+        settle(window);
+        window.setViewport(elsewhere);
+        settle(window);
+        for (int i = 0; i < kRequests; ++i) {  // zooming in step by step towards scene B
+            window.setViewport(around(-0.743643887037151, 0.131825904205330, 4e-6 * (1.0 + 0.1 * (kRequests - i))));
+            spin(kApartMs);
+        }
+        storm.push_back(timeToPicture(window, around(-0.743643887037151, 0.131825904205330, 4e-6)));
+        settle(window);
+    }
+    const double a = median(single), b = median(storm);
+    std::printf("zoom storm at scene B (%d requests %d ms apart, then one more): last picture %7.1f ms, "
+                "single render from idle %7.1f ms, ratio %.2f\n",
+                kRequests, kApartMs, b, a, b / a);
+}
+
+// The same with resizes: ten resizes 50 ms apart during the render of scene B, then back to
+// the full size, timed from the last resize to the complete picture.
+void resizeStorm(gs::MacViewController& window, const gs::Viewport& elsewhere) {
+    constexpr int kResizes = 10, kApartMs = 50;
+    const gs::Viewport sceneB = around(-0.743643887037151, 0.131825904205330, 4e-6);
+    const QSize full = window.size();
+    std::vector<double> single, storm;
+    for (int run = 0; run < 3; ++run) {
+        window.setViewport(elsewhere);
+        settle(window);
+        single.push_back(timeToPicture(window, sceneB));
+        settle(window);
+        for (int i = 0; i < kResizes; ++i) {
+            window.resize(full.width() - 16 * (1 + i % 3), full.height() - 8 * (1 + i % 2));
+            spin(kApartMs);
+        }
+        std::optional<Clock::time_point> done;
+        window.mandelbrotView()->onImageUpdated = [&](const QImage&) { done = Clock::now(); };
+        const auto start = Clock::now();
+        window.resize(full);
+        spinUntil([&] { return done.has_value() && window.mandelbrotView()->size() == QSize(kWidth, kHeight); });
+        window.mandelbrotView()->onImageUpdated = nullptr;
+        storm.push_back(ms(*done - start));
+        settle(window);
+    }
+    const double a = median(single), b = median(storm);
+    std::printf("resize storm at scene B (%d resizes %d ms apart, then back): last picture %7.1f ms, "
+                "single render from idle %7.1f ms, ratio %.2f\n",
+                kResizes, kApartMs, b, a, b / a);
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -113,5 +181,7 @@ int main(int argc, char** argv) {
     const gs::Viewport elsewhere = around(0.3, 0.6, 0.01);
     measure(window, home, elsewhere);
     measure(window, sceneB, elsewhere);
+    zoomStorm(window, elsewhere);
+    resizeStorm(window, elsewhere);
     return 0;
 }

@@ -143,7 +143,7 @@ bool Frame::resize(int newWidth, int newHeight) {
     height = newHeight;
     pixels.assign(count * 4, 0);
     data.assign(count, PixelExtendedData{});
-    reliefBase.assign(count * 4, 0);
+    reliefBase = {};  // made by the first relief pass
     elevation.clear();
     keptInputs.release();
     return true;
@@ -159,9 +159,12 @@ void renderRow(const RenderRequest& r, int row, std::uint8_t* rgba, PixelExtende
     RowScratch& s = scratch(w);
     // Julia columns sit at dx * i - 1.6; Mandelbrot columns at xmin + dx * i. Both forms are
     // kept literally so that every path computes the same coordinates.
-    for (std::size_t i = 0; i < w; ++i) {
-        const double col = static_cast<double>(i);
-        s.xs[i] = r.julia ? r.dx * col - kJuliaHalfExtent : r.xmin + r.dx * col;
+    const double dx = r.dx, xmin = r.xmin;  // locals: the stores below cannot change them
+    double* xs = s.xs.data();
+    if (r.julia) {
+        for (std::size_t i = 0; i < w; ++i) xs[i] = dx * static_cast<double>(i) - kJuliaHalfExtent;
+    } else {
+        for (std::size_t i = 0; i < w; ++i) xs[i] = xmin + dx * static_cast<double>(i);
     }
     SpanInput in;
     in.maxIter = r.maxIter;
@@ -268,6 +271,7 @@ void recolorFrame(const RenderRequest& r, Frame& frame, bool keepInputs) {
 void reliefPass(Frame& frame, std::int32_t maxIter, const ReliefLight& light,
                 const ShadingTuning& tuning) {
     if (frame.pixels.empty()) return;
+    frame.reliefBase.resize(frame.pixels.size());
     std::memcpy(frame.reliefBase.data(), frame.pixels.data(), frame.pixels.size());
     buildElevation(frame.data.data(), frame.pixelCount(), maxIter, frame.elevation);
     applyRelief(frame.pixels.data(), frame.elevation.data(), frame.width, frame.height, light,

@@ -85,7 +85,7 @@ struct Frame {
     int width = 0, height = 0;
     PictureBuffer<std::uint8_t> pixels;        // width x height x RGBA, rows top to bottom
     PictureBuffer<PixelExtendedData> data;     // one record per pixel
-    PictureBuffer<std::uint8_t> reliefBase;    // the unlit colours, input of the relief pass
+    PictureBuffer<std::uint8_t> reliefBase;    // the unlit colours, made by the relief pass
     PictureBuffer<float> elevation;            // relief elevation cache; empty when stale
     KeptColourInputs keptInputs;               // while the picture is recoloured repeatedly
 

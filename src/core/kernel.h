@@ -71,9 +71,11 @@ void escapeSpan(KernelKind kind, const SpanInput& in, EscapeResult* out,
 std::string simdTargetName();
 
 namespace detail {
-// For tests: run the span kernel on a specific compiled target (a Highway target bit).
+// For tests: run the span kernel on a specific compiled target (a Highway target bit), with
+// every due cycle confirmation replayed exactly when asked (never decided on an estimate).
 // Returns false when that target was not compiled or this CPU cannot run it.
-bool escapeSpanOnTarget(std::int64_t target, const SpanInput& in, EscapeResult* out);
+bool escapeSpanOnTarget(std::int64_t target, const SpanInput& in, EscapeResult* out,
+                        bool replayConfirmations = false);
 // Highway target bits compiled into this build that this CPU supports.
 std::int64_t compiledTargets();
 std::string targetName(std::int64_t target);

@@ -1,20 +1,38 @@
 // The SIMD escape-time kernel: the scalar kernel's exact arithmetic, one pixel per vector lane.
 //
-// A row span is walked by two independent groups of lanes (two groups keep the FMA pipes busy
-// while each group waits on its own dependency chain). When a lane's point escapes or is proven
-// interior, the lane is finished in scalar code (the logarithms and square roots of the escape,
-// shared with the scalar kernel) and refilled with the next pixel of the row, so no vector
-// waits on one slow point. Results are bit-identical to the scalar kernel on every target.
+// How a span is walked:
+//  - A feed hands out the pixels that need iterating. For the Mandelbrot set it screens the
+//    span a block at a time with a vector form of the interior shortcut and writes those pixels'
+//    results directly, so lanes are only ever given real work.
+//  - Two independent groups of lanes step in turn: one step's longest dependency chain (the
+//    derivative: a multiply, a fused multiply-add and two additions) is longer than the time its
+//    multiplies take, and the other group fills the gap.
+//  - A step carries z, the derivative, the trap, the cycle detector's product A, the checkpoint
+//    z and the step count, all in registers, and takes its checkpoints (steps 1, 2, 4, ...)
+//    without branching. The detector's second product B (since the last match) is not carried:
+//    it is only read when a confirmation is due, and is then recovered from A.
+//  - A branch leaves the plain step only on a match (a close return with |A| < 1), an escape or
+//    a lane at the ceiling. A mispredicted branch costs this loop some 50 cycles, far more than
+//    the work behind it, so everything that happens often is done without one.
+//  - A finished lane takes the next pixel at once. Escapes are queued with their final values
+//    and finished (logarithms, square roots) in batches, which keeps that scalar work out of the
+//    vector loop and lets consecutive pixels' logarithms overlap.
+// Results are bit-identical to the scalar kernel on every target.
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "core/kernel_simd.cpp"
 #include <hwy/foreach_target.h>  // IWYU pragma: keep
 #include <hwy/highway.h>
+#if HWY_ARCH_X86
+#include <xmmintrin.h>
+#endif
 
+#include <algorithm>
+#include <cfenv>
 #include <cmath>
-#include <cstring>
 #include <limits>
 
 #include "core/kernel.h"
+#include "core/kernel_confirm.h"
 #include "core/kernel_step.h"
 
 HWY_BEFORE_NAMESPACE();
@@ -26,19 +44,12 @@ using D = hn::ScalableTag<double>;
 using V = hn::Vec<D>;
 using M = hn::Mask<D>;
 constexpr std::size_t kMaxLanes = HWY_MAX_BYTES / sizeof(double);
+constexpr double kInf = std::numeric_limits<double>::infinity();
 
 // Fused multiply-add, one rounding, on every target. Targets without FMA instructions
 // (SSSE3, SSE4, scalar) would otherwise round twice, so they fuse lane by lane in software.
-#if HWY_TARGET == HWY_AVX2 || HWY_TARGET == HWY_AVX3 || HWY_TARGET == HWY_AVX3_DL
-#undef GS_NATIVE_FMA
-#define GS_NATIVE_FMA 1
-#else
-#undef GS_NATIVE_FMA
-#define GS_NATIVE_FMA 0
-#endif
-
 HWY_INLINE V Fma(V a, V b, V c) {
-#if GS_NATIVE_FMA
+#if HWY_NATIVE_FMA
     return hn::MulAdd(a, b, c);
 #else
     const D d;
@@ -50,13 +61,14 @@ HWY_INLINE V Fma(V a, V b, V c) {
     return hn::Load(d, x);
 #endif
 }
-#if GS_NATIVE_FMA
+#if HWY_NATIVE_FMA
 HWY_INLINE V FmaSub(V a, V b, V c) { return hn::MulSub(a, b, c); }     // a*b - c
 HWY_INLINE V NegFma(V a, V b, V c) { return hn::NegMulAdd(a, b, c); }  // -a*b + c
 #else
 HWY_INLINE V FmaSub(V a, V b, V c) { return Fma(a, b, hn::Neg(c)); }
 HWY_INLINE V NegFma(V a, V b, V c) { return Fma(hn::Neg(a), b, c); }
 #endif
+
 // min(|a|, |b|): one VRANGEPD on AVX-512, else two absolute values and a minimum.
 HWY_INLINE V MinAbs(V a, V b) {
 #if HWY_TARGET == HWY_AVX3 || HWY_TARGET == HWY_AVX3_DL
@@ -65,259 +77,760 @@ HWY_INLINE V MinAbs(V a, V b) {
     return hn::Min(hn::Abs(a), hn::Abs(b));
 #endif
 }
-HWY_INLINE V Magnitude(V re, V im) { return hn::Sqrt(Fma(re, re, hn::Mul(im, im))); }
+// The squared magnitude as the scalar kernel forms it.
+HWY_INLINE V Norm(V re, V im) { return Fma(re, re, hn::Mul(im, im)); }
 HWY_INLINE V Select(M m, V yes, V no) { return hn::IfThenElse(m, yes, no); }
+HWY_INLINE M None() { return hn::FirstN(D(), 0); }
 
-// The per-lane state of one group as the refill code spills and reloads it. The first slots
-// are the hot state, kept in registers by the step loop; the rest changes only on a match or a
-// checkpoint and stays in memory.
-enum Slot {
-    kZr, kZi, kDr, kDi, kTrap, kAr, kAi, kBr, kBi, kStep, kR2, kCr, kCi, kZcr, kZci, kNextEvent,
-    kHotCount,
-    kSr = kHotCount, kSi, kTr, kTi, kCheckpoint, kNextCheckpoint, kPeriod, kLastMatch,
-    kConfirmations, kSlotCount
+// Mask bits, one per lane.
+struct LaneBits {
+    alignas(8) std::uint8_t bits[8] = {};
+    explicit LaneBits(M m) { hn::StoreMaskBits(D(), m, bits); }
+    bool operator[](std::size_t l) const { return (bits[l / 8] >> (l % 8)) & 1; }
 };
 
-// Hot lane state, as local vectors: never address-taken, so the compiler keeps it in registers.
+// The orbit part of a lane's state.
+struct Orbit {
+    V zr, zi, dr, di, trap, ar, ai;
+};
+
+// One group's loop-carried state, as local variables: never address-taken, so it stays in
+// registers. The group also counts its steps (`time`) to know, without looking at the lanes,
+// when one reaches the ceiling. (The lanes' c, which a step only reads, stays in memory.)
 struct Hot {
-    V zr, zi, dr, di, trap, ar, ai, br, bi, step, r2, cr, ci, zcr, zci, nextEvent;
+    Orbit o;
+    V zcr, zci, step, nextCheckpoint;
+    double time, nextCeiling;
 };
 
+// The hot state's copy in memory, while lanes are finished and refilled, and the lanes' c
+// (Mandelbrot).
+struct HotCopy {
+    alignas(64) double zr[kMaxLanes], zi[kMaxLanes], dr[kMaxLanes], di[kMaxLanes];
+    alignas(64) double trap[kMaxLanes], ar[kMaxLanes], ai[kMaxLanes], zcr[kMaxLanes];
+    alignas(64) double zci[kMaxLanes], step[kMaxLanes], nextCheckpoint[kMaxLanes];
+    alignas(64) double r2[kMaxLanes], cr[kMaxLanes];
+};
+
+#define GS_HOT_FIELDS(X)                                                                  \
+    X(o.zr, zr) X(o.zi, zi) X(o.dr, dr) X(o.di, di) X(o.trap, trap) X(o.ar, ar) X(o.ai, ai) \
+    X(zcr, zcr) X(zci, zci) X(step, step) X(nextCheckpoint, nextCheckpoint)
+
+// The rest of a group's lane state, read and written only on events. Step and pixel numbers
+// are whole numbers held exactly in doubles.
 struct Group {
-    alignas(64) double lane[kSlotCount][kMaxLanes];  // spilled state, lane by lane
-    std::int64_t pixel[kMaxLanes];                   // pixel per lane, -1 when idle
-    bool anyActive = false;
+    HotCopy hot;
+    alignas(64) double ceilingTime[kMaxLanes];  // group time at which the lane reaches the ceiling
+    // The candidate cycle: the step of its first match, its period, the number of confirmations
+    // and, once there are any, the last one's step, multiplier T (with an error bound) and A.
+    alignas(64) double firstMatch[kMaxLanes], period[kMaxLanes], confirmations[kMaxLanes];
+    alignas(64) double lastMatch[kMaxLanes], tr[kMaxLanes], ti[kMaxLanes], tError[kMaxLanes];
+    alignas(64) double lastAr[kMaxLanes], lastAi[kMaxLanes];
+    alignas(64) double zmr[kMaxLanes], zmi[kMaxLanes];  // z at the first match
+    alignas(64) double sr[kMaxLanes], si[kMaxLanes];    // A at the first match (S)
+    std::int64_t pixel[kMaxLanes];                      // -1 when the lane is idle
+    double time = 0;         // steps taken by the group
+    double nextCeiling = 0;  // the earliest ceilingTime
+    bool active = false;     // some lane has a pixel
+};
+
+HWY_INLINE void Spill(const Hot& h, Group& g) {
+#define GS_STORE(f, slot) hn::Store(h.f, D(), g.hot.slot);
+    GS_HOT_FIELDS(GS_STORE)
+#undef GS_STORE
+    g.time = h.time;
+}
+
+HWY_INLINE void Reload(Hot& h, const Group& g) {
+#define GS_LOAD(f, slot) h.f = hn::Load(D(), g.hot.slot);
+    GS_HOT_FIELDS(GS_LOAD)
+#undef GS_LOAD
+    h.time = g.time;
+    h.nextCeiling = g.nextCeiling;
+}
+
+// After lanes were refilled: when the group next has a lane at the ceiling.
+HWY_INLINE void ScheduleCeiling(Group& g) {
+    g.nextCeiling = hn::GetLane(hn::MinOfLanes(D(), hn::Load(D(), g.ceilingTime)));
+}
+
+// Pixels waiting for a lane: a block of the span at a time, screened and warmed up (see
+// WarmUp), each with its state at its step number (0, or the power of two it was warmed up to).
+struct Feed {
+    static constexpr std::size_t kBlock = 16 * kMaxLanes;
+    static constexpr std::size_t kRoom = kBlock + 2 * kMaxLanes;  // for whole vectors
+    // The pixel's x and number; its z, derivative and trap at `step`.
+    alignas(64) double x[kRoom], index[kRoom], zr[kRoom], zi[kRoom];
+    alignas(64) double dr[kRoom], di[kRoom], trap[kRoom], step[kRoom];
+    std::size_t count = 0, taken = 0;
+    std::int64_t screened = 0;  // pixels of the span looked at so far
+    // The block's pixels that need iterating, before the warm-up.
+    alignas(64) double candidateX[kRoom], candidateIndex[kRoom];
+};
+
+// Escaped lanes' final values, finished in batches.
+struct Escapes {
+    static constexpr std::size_t kCapacity = 8 * kMaxLanes;
+    alignas(64) double index[kCapacity + kMaxLanes], step[kCapacity + kMaxLanes];
+    alignas(64) double r2[kCapacity + kMaxLanes], dr[kCapacity + kMaxLanes];
+    alignas(64) double di[kCapacity + kMaxLanes], trap[kCapacity + kMaxLanes];
+    alignas(64) double zMag[kCapacity + kMaxLanes], dMag[kCapacity + kMaxLanes];
+    std::size_t count = 0;
 };
 
 struct Span {
     const SpanInput* in;
     EscapeResult* out;
-    std::int64_t next = 0;  // next pixel to hand to a lane
+    V cr, ci;  // Julia: the parameter; Mandelbrot: ci is the row's y
+    V maxIter;
+    bool mayEstimate;  // confirmations may be decided on estimates of B (else always replayed)
+    bool warmUp;       // pixels are warmed up in lockstep (the ceiling is above the warm-up)
+    Feed feed;
+    Escapes escapes;
     std::uint64_t iterations = 0;
 };
 
-#define GS_HOT_FIELDS(X) \
-    X(zr, kZr) X(zi, kZi) X(dr, kDr) X(di, kDi) X(trap, kTrap) X(ar, kAr) X(ai, kAi) X(br, kBr) \
-    X(bi, kBi) X(step, kStep) X(r2, kR2) X(cr, kCr) X(ci, kCi) X(zcr, kZcr) X(zci, kZci)      \
-    X(nextEvent, kNextEvent)
+// --- One step ------------------------------------------------------------------------------
 
-HWY_INLINE void Spill(const Hot& h, Group& g) {
+// One iteration of every lane: z, the derivative, the trap and A move on (A with the old z).
+// Returns the new |z|^2.
+HWY_INLINE V Iterate(Orbit& o, V cr, V ci) {
     const D d;
-#define GS_STORE(field, slot) hn::Store(h.field, d, g.lane[slot]);
-    GS_HOT_FIELDS(GS_STORE)
-#undef GS_STORE
+    const V one = hn::Set(d, 1.0);
+    const V zr = o.zr, zi = o.zi, twoRe = hn::Add(zr, zr), twoIm = hn::Add(zi, zi);
+    const V nzr = Fma(zr, zr, NegFma(zi, zi, cr));
+    const V nzi = Fma(twoRe, zi, ci);
+    const V x = FmaSub(zr, o.dr, hn::Mul(zi, o.di));
+    const V y = Fma(zr, o.di, hn::Mul(zi, o.dr));
+    o.dr = hn::Add(hn::Add(x, x), one);
+    o.di = hn::Add(y, y);
+    // Min is safe here: the values are non-negative, and a NaN orbit never escapes, so its
+    // trap distance is never read.
+    o.trap = hn::Min(o.trap, MinAbs(nzr, nzi));
+    const V ar = o.ar, ai = o.ai;
+    o.ar = FmaSub(ar, twoRe, hn::Mul(ai, twoIm));
+    o.ai = Fma(ar, twoIm, hn::Mul(ai, twoRe));
+    o.zr = nzr;
+    o.zi = nzi;
+    return Norm(nzr, nzi);
 }
 
-HWY_INLINE Hot Reload(const Group& g) {
+// A match: the new z back within 1e-9 (squared) of the checkpoint z with |A| < 1. (sqrt(q) < 1
+// holds exactly when q < 1, since sqrt(1 - 2^-53) rounds below 1: no square root is needed.)
+HWY_INLINE M Matching(const Orbit& o, V zcr, V zci) {
     const D d;
-    Hot h;
-#define GS_LOAD(field, slot) h.field = hn::Load(d, g.lane[slot]);
-    GS_HOT_FIELDS(GS_LOAD)
-#undef GS_LOAD
-    return h;
+    const M near = hn::Lt(Norm(hn::Sub(o.zr, zcr), hn::Sub(o.zi, zci)), hn::Set(d, kernel::kCloseness));
+    return hn::And(near, hn::Lt(Norm(o.ar, o.ai), hn::Set(d, 1.0)));
 }
 
-HWY_INLINE V Cold(const Group& g, Slot slot) { return hn::Load(D(), g.lane[slot]); }
-HWY_INLINE void SetCold(Group& g, Slot slot, V v) { hn::Store(v, D(), g.lane[slot]); }
+// --- Finishing escapes ------------------------------------------------------------------------
 
-// Sets up lane l for the next pixel that needs iterating; pixels the interior shortcut settles
-// are written directly. An exhausted span leaves the lane idle: a fixed orbit that never
-// reaches a checkpoint and so never looks like a cycle, restarted whenever it hits the ceiling.
-HWY_INLINE void LoadLane(Span& s, Group& g, std::size_t l) {
+// The escape results of the queued lanes: the scalar kernel's finishEscape, with everything but
+// the logarithms (which must be the C library's, as there) done a vector at a time.
+HWY_NOINLINE void FinishEscapes(Span& s) {
+    const D d;
+    Escapes& e = s.escapes;
+    const std::size_t n = hn::Lanes(d);
+    for (std::size_t j = e.count; j % n != 0; ++j) e.r2[j] = e.dr[j] = e.di[j] = e.step[j] = 1.0;
+    for (std::size_t j = 0; j < e.count; j += n) {  // the last vector runs into the room
+        hn::Store(hn::Sqrt(hn::Load(d, e.r2 + j)), d, e.zMag + j);
+        hn::Store(hn::Sqrt(Norm(hn::Load(d, e.dr + j), hn::Load(d, e.di + j))), d, e.dMag + j);
+    }
+    // The logarithms in independent streams, so that consecutive calls overlap: ln(r2) and
+    // ln|z| first, then ln(ln(r2) / 2), the count's fraction before scaling.
+    const std::size_t count = e.count;
+    double* HWY_RESTRICT lnR2 = e.dr;
+    double* HWY_RESTRICT lnZ = e.di;
+    const double* HWY_RESTRICT r2 = e.r2;
+    const double* HWY_RESTRICT zMag = e.zMag;
+    for (std::size_t j = 0; j < count; ++j) {
+        lnR2[j] = std::log(r2[j]);
+        lnZ[j] = std::log(zMag[j]);
+    }
+    for (std::size_t j = 0; j < count; ++j) lnR2[j] = std::log(lnR2[j] * 0.5);
+    std::uint64_t iterations = 0;
+    for (std::size_t j = 0; j < count; ++j) iterations += static_cast<std::uint64_t>(e.step[j]);
+    s.iterations += iterations;
+    const V maxIter = s.maxIter, one = hn::Set(d, 1.0);
+    for (std::size_t j = 0; j < e.count; j += n) {
+        const V k = hn::Load(d, e.step + j), zMag = hn::Load(d, e.zMag + j);
+        const V dMag = hn::Load(d, e.dMag + j);
+        const V nu = Select(hn::Lt(k, maxIter),
+                            hn::Add(hn::Add(k, one), hn::Div(hn::Load(d, e.dr + j), hn::Set(d, kernel::kNegLn2))),
+                            hn::Sub(maxIter, hn::Set(d, 0.5)));
+        const V distance = hn::Div(hn::Mul(hn::Add(zMag, zMag), hn::Load(d, e.di + j)),
+                                   hn::Add(dMag, hn::Set(d, kernel::kDerivativeGuard)));
+        hn::Store(nu, d, e.dr + j);
+        hn::Store(hn::IfThenElseZero(hn::IsFinite(dMag), distance), d, e.di + j);
+    }
+    for (std::size_t j = 0; j < e.count; ++j)
+        s.out[static_cast<std::int64_t>(e.index[j])] = {e.dr[j], e.di[j], e.trap[j]};
+    e.count = 0;
+}
+
+// Queues the escapes of the lanes in `escaped`: their pixels and final values.
+HWY_INLINE void QueueEscapes(Span& s, M escaped, V index, V step, V r2, V dr, V di, V trap) {
+    const D d;
+    Escapes& e = s.escapes;
+    hn::CompressStore(index, escaped, d, e.index + e.count);
+    hn::CompressStore(step, escaped, d, e.step + e.count);
+    hn::CompressStore(r2, escaped, d, e.r2 + e.count);
+    hn::CompressStore(dr, escaped, d, e.dr + e.count);
+    hn::CompressStore(di, escaped, d, e.di + e.count);
+    e.count += hn::CompressStore(trap, escaped, d, e.trap + e.count);
+    if (e.count + hn::Lanes(d) > Escapes::kCapacity) FinishEscapes(s);
+}
+
+// --- The feed ---------------------------------------------------------------------------------
+
+// The interior shortcut, lane by lane, with the scalar kernel's operations in its order.
+HWY_INLINE M CardioidOrBulb(V x, V y) {
+    const D d;
+    const V a = hn::Sub(x, hn::Set(d, 0.25));
+    const V yy = hn::Mul(y, y);
+    const V q = Fma(a, a, yy);
+    const M cardioid = hn::Lt(hn::Mul(q, hn::Add(q, a)), hn::Mul(hn::Mul(hn::Set(d, 0.25), y), y));
+    const V x1 = hn::Add(x, hn::Set(d, 1.0));
+    const M bulb = hn::Lt(hn::Add(hn::Mul(x1, x1), yy), hn::Set(d, 0.0625));
+    return hn::Or(cardioid, bulb);
+}
+
+// The next block of the span's pixels into the candidates. Mandelbrot pixels in the cardioid or
+// the period-2 bulb get their result now instead.
+template <bool kJulia>
+HWY_INLINE std::size_t Screen(Span& s, std::int64_t begin, std::int64_t end) {
+    const D d;
+    const auto n = static_cast<std::int64_t>(hn::Lanes(d));
     const SpanInput& in = *s.in;
-    const double maxIter = static_cast<double>(in.maxIter);
-    auto& lane = g.lane;
-    while (s.next < in.count) {
-        const std::int64_t i = s.next++;
-        const double x = in.xs[i];
-        double zr = 0.0, zi = 0.0, cr = x, ci = in.y;
-        if (in.julia) {
-            zr = x;
-            zi = in.y;
-            cr = in.juliaRe;
-            ci = in.juliaIm;
-        } else if (kernel::cardioidOrBulb(x, in.y)) {
+    Feed& f = s.feed;
+    std::size_t count = 0;
+    const V y = hn::Set(d, in.y);
+    std::int64_t i = begin;
+    for (; i + n <= end; i += n) {
+        const V x = hn::LoadU(d, in.xs + i);
+        M keep = hn::FirstN(d, hn::Lanes(d));
+        if constexpr (!kJulia) {
+            const M inside = CardioidOrBulb(x, y);
+            if (!hn::AllFalse(d, inside)) {
+                const LaneBits bits(inside);
+                for (std::int64_t l = 0; l < n; ++l)
+                    if (bits[static_cast<std::size_t>(l)]) kernel::setInterior(s.out[i + l], in.maxIter);
+            }
+            keep = hn::Not(inside);
+        }
+        hn::CompressStore(hn::Add(hn::Iota(d, 0.0), hn::Set(d, static_cast<double>(i))), keep, d,
+                          f.candidateIndex + count);
+        count += hn::CompressStore(x, keep, d, f.candidateX + count);
+    }
+    for (; i < end; ++i) {
+        if (!kJulia && kernel::cardioidOrBulb(in.xs[i], in.y)) {
             kernel::setInterior(s.out[i], in.maxIter);
-            continue;
+        } else {
+            f.candidateX[count] = in.xs[i];
+            f.candidateIndex[count++] = static_cast<double>(i);
         }
-        const double init[kSlotCount] = {
-            zr,  zi,  0.0, 0.0, std::numeric_limits<double>::infinity(), 1.0, 0.0, 1.0, 0.0,
-            0.0, 0.0, cr,  ci,  zr, zi, 1.0 /* next event */,
-            0.0, 0.0, 0.0, 0.0, 0.0, 1.0 /* next checkpoint */, 0.0, 0.0, 0.0};
-        for (int slot = 0; slot < kSlotCount; ++slot) lane[slot][l] = init[slot];
-        g.pixel[l] = i;
-        return;
     }
-    for (int slot = 0; slot < kSlotCount; ++slot) lane[slot][l] = 0.0;
-    lane[kNextCheckpoint][l] = std::numeric_limits<double>::infinity();
-    lane[kNextEvent][l] = maxIter;
-    lane[kZcr][l] = std::numeric_limits<double>::infinity();
-    g.pixel[l] = -1;
+    return count;
 }
 
-HWY_INLINE void FinishLane(Span& s, const Group& g, std::size_t l, bool escaped) {
-    const auto& lane = g.lane;
-    const std::int64_t k = static_cast<std::int64_t>(lane[kStep][l]);
-    s.iterations += static_cast<std::uint64_t>(k);
-    EscapeResult& out = s.out[g.pixel[l]];
-    if (escaped)
-        kernel::finishEscape(k, s.in->maxIter, lane[kR2][l], lane[kDr][l], lane[kDi][l],
-                             lane[kTrap][l], out);
-    else
-        kernel::setInterior(out, s.in->maxIter);
-}
+// Steps of the lockstep warm-up, at most; it stops early at step 8 or 16 once at most two of
+// its pixels in each vector still need iterating.
+constexpr int kWarmUpSteps = 32;
 
-// Finishes the spilled lanes marked done and refills them with the next pixels.
-HWY_NOINLINE void Refill(Span& s, Group& g, M done, M escaped) {
+// Whether the new z may have come back close to the checkpoint z: within 1e-9 (squared) means
+// within sqrt(1e-9) < 3.17e-5 on each axis. A cheap test that lets through a few more lanes
+// than the match test would; the warm-up only uses it to send lanes to the full detector.
+HWY_INLINE M MayMatch(const Orbit& o, V zcr, V zci) {
     const D d;
-    alignas(64) std::uint8_t doneBits[8] = {}, escapedBits[8] = {};
-    hn::StoreMaskBits(d, done, doneBits);
-    hn::StoreMaskBits(d, escaped, escapedBits);
-    g.anyActive = false;
+    const V dr = hn::Abs(hn::Sub(o.zr, zcr)), di = hn::Abs(hn::Sub(o.zi, zci));
+    return hn::Lt(hn::Max(dr, di), hn::Set(d, 3.17e-5));
+}
+
+// Up to one vector of candidates (`count` from `first`) taken through their first steps
+// together, with no lane refilled: most pixels of a wide view escape within a handful of
+// steps, and this finishes them without the refills and mispredicted branches of the main
+// loop. A lane that escapes keeps its final values (and its step count) from then on.
+struct Warm {
+    std::size_t first;
+    Orbit o;
+    V zcr, zci, step;
+    M alive, matched;
+};
+
+template <bool kJulia>
+HWY_INLINE Warm WarmStart(const Span& s, std::size_t first, std::size_t count) {
+    const D d;
+    Warm w;
+    w.first = first;
+    w.alive = hn::FirstN(d, count);
+    w.matched = None();
+    const V x = hn::LoadU(d, s.feed.candidateX + first), zero = hn::Zero(d);
+    const V zr = kJulia ? x : zero, zi = kJulia ? hn::Set(d, s.in->y) : zero;
+    w.o = Orbit{zr, zi, zero, zero, hn::Set(d, kInf), hn::Set(d, 1.0), zero};
+    w.zcr = zr;
+    w.zci = zi;
+    w.step = zero;
+    return w;
+}
+
+// Step k of the warm-up; a power of two is every lane's checkpoint.
+template <bool kJulia>
+HWY_INLINE void WarmStep(const Span& s, Warm& w, int k) {
+    const D d;
+    Orbit n = w.o;
+    const V r2 = Iterate(n, kJulia ? s.cr : hn::LoadU(d, s.feed.candidateX + w.first), s.ci);
+    w.o.zr = Select(w.alive, n.zr, w.o.zr);
+    w.o.zi = Select(w.alive, n.zi, w.o.zi);
+    w.o.dr = Select(w.alive, n.dr, w.o.dr);
+    w.o.di = Select(w.alive, n.di, w.o.di);
+    w.o.trap = Select(w.alive, n.trap, w.o.trap);
+    w.o.ar = n.ar;
+    w.o.ai = n.ai;
+    w.step = hn::Add(w.step, hn::IfThenElseZero(w.alive, hn::Set(d, 1.0)));
+    w.alive = hn::AndNot(hn::Ge(r2, hn::Set(d, kernel::kBailout)), w.alive);
+    w.matched = hn::Or(w.matched, hn::And(w.alive, MayMatch(n, w.zcr, w.zci)));
+    if ((k & (k - 1)) == 0) {
+        w.zcr = n.zr;
+        w.zci = n.zi;
+        w.o.ar = hn::Set(d, 1.0);
+        w.o.ai = hn::Zero(d);
+    }
+}
+
+HWY_INLINE bool WarmEnough(const Warm& w) {
+    return hn::CountTrue(D(), hn::AndNot(w.matched, w.alive)) <= 2;
+}
+
+// Queues the warm-up's escapes; the others join the feed at the power of two it reached (their
+// checkpoint: z becomes the reference, A restarts, no candidate cycle), except those that
+// matched on the way, which start again from step 0 in a lane, where the cycle detector runs
+// in full.
+template <bool kJulia>
+HWY_INLINE void WarmFinish(Span& s, const Warm& w, std::size_t count) {
+    const D d;
+    Feed& f = s.feed;
+    const M real = hn::FirstN(d, count);
+    const V x = hn::IfThenElseZero(real, hn::LoadU(d, f.candidateX + w.first));
+    const V index = hn::LoadU(d, f.candidateIndex + w.first);
+    const M escaped = hn::AndNot(w.alive, real);
+    QueueEscapes(s, hn::AndNot(w.matched, escaped), index, w.step, Norm(w.o.zr, w.o.zi), w.o.dr,
+                 w.o.di, w.o.trap);
+    const auto add = [&](M which, V zr, V zi, V dr, V di, V trap, V step) {
+        const std::size_t at = f.count;
+        hn::CompressStore(x, which, d, f.x + at);
+        hn::CompressStore(index, which, d, f.index + at);
+        hn::CompressStore(zr, which, d, f.zr + at);
+        hn::CompressStore(zi, which, d, f.zi + at);
+        hn::CompressStore(dr, which, d, f.dr + at);
+        hn::CompressStore(di, which, d, f.di + at);
+        hn::CompressStore(trap, which, d, f.trap + at);
+        f.count += hn::CompressStore(step, which, d, f.step + at);
+    };
+    add(hn::AndNot(w.matched, w.alive), w.o.zr, w.o.zi, w.o.dr, w.o.di, w.o.trap, w.step);
+    if (HWY_UNLIKELY(!hn::AllFalse(d, w.matched))) {
+        const V zero = hn::Zero(d);
+        add(w.matched, kJulia ? x : zero, kJulia ? hn::Set(d, s.in->y) : zero, zero, zero,
+            hn::Set(d, kInf), zero);
+    }
+}
+
+// Warms up two vectors of candidates at once: their steps are independent, so each fills the
+// other's waits.
+template <bool kJulia>
+HWY_INLINE void WarmUp(Span& s, std::size_t first, std::size_t count) {
+    const std::size_t n = hn::Lanes(D());
+    const std::size_t count0 = std::min(n, count), count1 = count - count0;
+    Warm w0 = WarmStart<kJulia>(s, first, count0), w1 = WarmStart<kJulia>(s, first + n, count1);
+    for (int k = 1;; ++k) {
+        WarmStep<kJulia>(s, w0, k);
+        WarmStep<kJulia>(s, w1, k);
+        if ((k & (k - 1)) == 0 && k >= 8 && (k == kWarmUpSteps || (WarmEnough(w0) && WarmEnough(w1))))
+            break;
+    }
+    WarmFinish<kJulia>(s, w0, count0);
+    if (count1 > 0) WarmFinish<kJulia>(s, w1, count1);
+}
+
+// Refills the feed with the next block of the span; false when the span is done.
+template <bool kJulia>
+HWY_NOINLINE bool FillFeed(Span& s) {
+    Feed& f = s.feed;
+    const SpanInput& in = *s.in;
+    f.count = f.taken = 0;
+    while (f.count == 0 && f.screened < in.count) {
+        const std::int64_t end =
+            std::min<std::int64_t>(in.count, f.screened + static_cast<std::int64_t>(Feed::kBlock));
+        const std::size_t candidates = Screen<kJulia>(s, f.screened, end);
+        f.screened = end;
+        const std::size_t n = hn::Lanes(D());
+        for (std::size_t j = candidates; j < candidates + 2 * n; ++j)  // calm idle lanes
+            f.candidateX[j] = f.candidateIndex[j] = 0.0;
+        for (std::size_t i = 0; i < candidates; i += 2 * n) {
+            const std::size_t group = std::min(2 * n, candidates - i);
+            if (s.warmUp) {
+                WarmUp<kJulia>(s, i, group);
+                continue;
+            }
+            for (std::size_t j = i; j < i + group; ++j) {  // straight into the lanes
+                const double x = f.candidateX[j];
+                f.x[f.count] = x;
+                f.index[f.count] = f.candidateIndex[j];
+                f.zr[f.count] = kJulia ? x : 0.0;
+                f.zi[f.count] = kJulia ? in.y : 0.0;
+                f.dr[f.count] = f.di[f.count] = f.step[f.count] = 0.0;
+                f.trap[f.count++] = kInf;
+            }
+        }
+    }
+    return f.count > 0;
+}
+
+// --- Lanes ------------------------------------------------------------------------------------
+
+// Lanes that ended without escaping (proven interior, or at the ceiling).
+HWY_INLINE void FinishInterior(Span& s, const Group& g, M ended) {
+    const LaneBits bits(ended);
+    for (std::size_t l = 0; l < hn::Lanes(D()); ++l) {
+        if (!bits[l] || g.pixel[l] < 0) continue;
+        s.iterations += static_cast<std::uint64_t>(g.hot.step[l]);
+        kernel::setInterior(s.out[g.pixel[l]], s.in->maxIter);
+    }
+}
+
+// Gives every lane in `done` the feed's next pixel (or makes it idle) and sets its state. An
+// idle lane holds a NaN orbit, which never escapes or matches, and never reaches the ceiling.
+template <bool kJulia>
+HWY_INLINE void Refill(Span& s, Group& g, M done) {
+    const D d;
+    const LaneBits doneBits(done);
+    alignas(8) std::uint8_t freshBits[8] = {};
+    alignas(64) double x[kMaxLanes] = {}, zr[kMaxLanes] = {}, zi[kMaxLanes] = {};
+    alignas(64) double dr[kMaxLanes] = {}, di[kMaxLanes] = {}, trap[kMaxLanes] = {};
+    alignas(64) double step[kMaxLanes] = {};
+    Feed& f = s.feed;
+    g.active = false;
     for (std::size_t l = 0; l < hn::Lanes(d); ++l) {
-        if ((doneBits[l / 8] >> (l % 8)) & 1) {
-            if (g.pixel[l] >= 0) FinishLane(s, g, l, (escapedBits[l / 8] >> (l % 8)) & 1);
-            LoadLane(s, g, l);
+        if (doneBits[l]) {
+            g.pixel[l] = -1;
+            if (f.taken < f.count || FillFeed<kJulia>(s)) {
+                const std::size_t e = f.taken++;
+                g.pixel[l] = static_cast<std::int64_t>(f.index[e]);
+                x[l] = f.x[e];
+                zr[l] = f.zr[e];
+                zi[l] = f.zi[e];
+                dr[l] = f.dr[e];
+                di[l] = f.di[e];
+                trap[l] = f.trap[e];
+                step[l] = f.step[e];
+                freshBits[l / 8] |= static_cast<std::uint8_t>(1u << (l % 8));
+            }
         }
-        g.anyActive = g.anyActive || g.pixel[l] >= 0;
+        g.active = g.active || g.pixel[l] >= 0;
+    }
+    const M fresh = hn::LoadMaskBits(d, freshBits);
+    const V zero = hn::Zero(d), one = hn::Set(d, 1.0), idle = hn::NaN(d);
+    const auto reset = [&](double* field, V value) { hn::BlendedStore(value, done, d, field); };
+    const V steps = hn::Load(d, step), z0r = Select(fresh, hn::Load(d, zr), idle);
+    const V z0i = Select(fresh, hn::Load(d, zi), idle);
+    HotCopy& c = g.hot;
+    reset(c.zr, z0r);
+    reset(c.zi, z0i);
+    reset(c.zcr, z0r);  // step 0, or a checkpoint
+    reset(c.zci, z0i);
+    if constexpr (!kJulia) reset(c.cr, hn::Load(d, x));
+    reset(c.dr, hn::Load(d, dr));
+    reset(c.di, hn::Load(d, di));
+    reset(c.trap, hn::Load(d, trap));
+    reset(c.ar, one);
+    reset(c.ai, zero);
+    reset(c.step, steps);
+    reset(c.nextCheckpoint, Select(hn::Eq(steps, zero), one, hn::Add(steps, steps)));
+    const V ceiling = hn::Add(hn::Set(d, g.time), hn::Sub(s.maxIter, steps));
+    reset(g.ceilingTime, Select(fresh, ceiling, hn::Set(d, kInf)));
+    for (double* field : {g.firstMatch, g.period, g.confirmations}) reset(field, zero);
+}
+
+// Finishes the lanes that escaped or ended and refills them, on the group's spilled state.
+template <bool kJulia>
+HWY_NOINLINE void Retire(Span& s, Group& g, M escaped, M ended) {
+    const D d;
+    if (!hn::AllFalse(d, escaped)) {
+        const HotCopy& c = g.hot;
+        alignas(64) double pixel[kMaxLanes];
+        for (std::size_t l = 0; l < hn::Lanes(d); ++l) pixel[l] = static_cast<double>(g.pixel[l]);
+        QueueEscapes(s, escaped, hn::Load(d, pixel), hn::Load(d, c.step), hn::Load(d, c.r2),
+                     hn::Load(d, c.dr), hn::Load(d, c.di), hn::Load(d, c.trap));
+    }
+    const M quiet = hn::AndNot(escaped, ended);
+    if (!hn::AllFalse(d, quiet)) FinishInterior(s, g, quiet);
+    Refill<kJulia>(s, g, hn::Or(escaped, ended));
+    ScheduleCeiling(g);
+}
+
+// --- Cycle confirmations ----------------------------------------------------------------------
+//
+// A confirmation is due when a match falls exactly one period after the last one; the scalar
+// kernel then compares its product B (of 2z since the last match) with the multiplier T of the
+// last confirmation (or S, A at the first match) and with S. This kernel does not carry B.
+// Since A and B multiply the same factors, B is A / A_last up to rounding, where A_last is A
+// at the last match: with fused products and no underflow each complex product strays by at
+// most 2u (u = 2^-53) in norm, so over the n products since the last match A's chain and the
+// scalar kernel's B chain are each within about 2nu of the exact product, and the division adds
+// a few u. The tests are decided on that estimate wherever twice this bound cannot change them;
+// the rest (and everything after an underflow has been flagged, which voids the bound) is
+// replayed exactly (kernel_confirm.h).
+
+constexpr double kUnit = 0x1p-53;
+
+// True while no underflow has been flagged since the span started (it clears the flag).
+HWY_INLINE bool NoUnderflowSoFar() {
+#if HWY_ARCH_X86
+    return (_mm_getcsr() & 0x10) == 0;  // the sticky underflow flag, without a library call
+#else
+    return !std::fetestexcept(FE_UNDERFLOW);
+#endif
+}
+
+// x < y decided on estimates within xErr and yErr of the values compared: yes, no, or neither.
+struct Decision {
+    M yes, no;
+};
+HWY_INLINE Decision Less(V x, V xErr, V y, V yErr) {
+    const D d;
+    const V err = hn::Add(hn::Mul(hn::Add(xErr, yErr), hn::Set(d, 1.0001)),
+                          hn::Mul(hn::Set(d, 16 * kUnit), hn::Add(hn::Abs(x), hn::Abs(y))));
+    return {hn::Lt(hn::Add(x, err), y), hn::Ge(hn::Sub(x, err), y)};
+}
+
+HWY_INLINE V Magnitude(V re, V im) { return hn::Sqrt(Norm(re, im)); }
+HWY_INLINE V Tolerance(V magnitude) {  // 0.1 * max(magnitude, 1e-9)
+    const D d;
+    const V floor = hn::Set(d, kernel::kToleranceFloor);
+    return hn::Mul(hn::Set(d, kernel::kRelativeTolerance), Select(hn::Gt(magnitude, floor), magnitude, floor));
+}
+
+// What a due confirmation found: lanes where it certainly holds or certainly fails, and the
+// estimate of B with its error bound.
+struct Estimate {
+    M holds, fails;
+    V br, bi, error;
+};
+
+HWY_INLINE Estimate EstimateConfirmations(const Span& s, const Group& g, M due, V ar, V ai,
+                                          M firstConfirmation) {
+    const D d;
+    const V sr = hn::Load(d, g.sr), si = hn::Load(d, g.si);
+    // Until the first confirmation, T and A at the last match are S itself.
+    const V tr = Select(firstConfirmation, sr, hn::Load(d, g.tr));
+    const V ti = Select(firstConfirmation, si, hn::Load(d, g.ti));
+    const V tError = Select(firstConfirmation, hn::Zero(d), hn::Load(d, g.tError));
+    const V lr = Select(firstConfirmation, sr, hn::Load(d, g.lastAr));
+    const V li = Select(firstConfirmation, si, hn::Load(d, g.lastAi));
+    const V lastNorm = Norm(lr, li);
+    const V br = hn::Div(Fma(ar, lr, hn::Mul(ai, li)), lastNorm);
+    const V bi = hn::Div(FmaSub(ai, lr, hn::Mul(ar, li)), lastNorm);
+    const V n = hn::Load(d, g.period);
+    const V bMag = Magnitude(br, bi);
+    const V bErr = hn::Mul(hn::Mul(Fma(n, hn::Set(d, 8.0), hn::Set(d, 16.0)), hn::Set(d, kUnit)), bMag);
+    const V slack = hn::Set(d, 8 * kUnit);  // the scalar kernel's own roundings in the tests
+
+    const V dt = Magnitude(hn::Sub(br, tr), hn::Sub(bi, ti));
+    const V ds = Magnitude(hn::Sub(br, sr), hn::Sub(bi, si));
+    const V tTol = Tolerance(Magnitude(tr, ti)), sTol = Tolerance(Magnitude(sr, si));
+    const V dtErr = hn::Add(bErr, tError);
+    const Decision unit = Less(bMag, Fma(slack, bMag, bErr), hn::Set(d, 1.0), hn::Zero(d));
+    const Decision nearT = Less(dt, Fma(slack, hn::Add(dt, dtErr), dtErr), tTol,
+                                Fma(hn::Set(d, kernel::kRelativeTolerance), tError, hn::Mul(slack, tTol)));
+    const Decision nearS = Less(ds, Fma(slack, hn::Add(ds, bErr), bErr), sTol, hn::Zero(d));
+
+    const V tiny = hn::Set(d, 0x1p-900);
+    M trusted = hn::And(hn::Ge(lastNorm, tiny), hn::Ge(Norm(ar, ai), tiny));
+    trusted = hn::And(trusted, hn::Le(n, hn::Set(d, 1e6)));
+    if (!s.mayEstimate || !NoUnderflowSoFar()) trusted = None();
+    trusted = hn::And(trusted, due);
+    const M holds = hn::And(trusted, hn::And(unit.yes, hn::And(nearT.yes, nearS.yes)));
+    const M fails = hn::And(trusted, hn::Or(unit.no, hn::Or(nearT.no, nearS.no)));
+    return {holds, fails, br, bi, bErr};
+}
+
+// Replays the due confirmations the estimate left open; returns the lanes where they hold,
+// with B (exact) in br, bi.
+HWY_NOINLINE void ReplayConfirmations(const Span& s, const Group& g, const LaneBits& open,
+                                      const double* cr, const double* steps, double* br,
+                                      double* bi, std::uint8_t* holdBits) {
+    const double ci = hn::GetLane(s.ci);
+    for (std::size_t l = 0; l < hn::Lanes(D()); ++l) {
+        if (!open[l]) continue;
+        kernel::CycleCandidate cand;
+        cand.zr = g.zmr[l];
+        cand.zi = g.zmi[l];
+        cand.sr = g.sr[l];
+        cand.si = g.si[l];
+        cand.firstMatch = static_cast<std::int64_t>(g.firstMatch[l]);
+        cand.period = static_cast<std::int64_t>(g.period[l]);
+        const auto step = static_cast<std::int64_t>(steps[l]);
+        const kernel::Confirmation r = kernel::replayConfirmation(cand, step, cr[l], ci);
+        br[l] = r.br;
+        bi[l] = r.bi;
+        if (r.stable) holdBits[l / 8] |= static_cast<std::uint8_t>(1u << (l % 8));
     }
 }
 
-HWY_INLINE void InitGroup(Span& s, Group& g) {
+// Decides the due confirmations. Returns the lanes where they hold; records them (a counted
+// confirmation), except for those that complete the proof (returned in `interior`).
+HWY_INLINE M Confirm(const Span& s, Group& g, M due, V ar, V ai, V c, V step, M& interior) {
     const D d;
-    for (std::size_t l = 0; l < hn::Lanes(d); ++l) LoadLane(s, g, l);
-    g.anyActive = false;
-    for (std::size_t l = 0; l < hn::Lanes(d); ++l) g.anyActive = g.anyActive || g.pixel[l] >= 0;
+    const V confirmations = hn::Load(d, g.confirmations);
+    const M firstConfirmation = hn::Eq(confirmations, hn::Zero(d));
+    Estimate e = EstimateConfirmations(s, g, due, ar, ai, firstConfirmation);
+    M holds = e.holds;
+    V error = e.error;
+    const M open = hn::AndNot(hn::Or(e.holds, e.fails), due);
+    if (HWY_UNLIKELY(!hn::AllFalse(d, open))) {
+        alignas(64) double cr[kMaxLanes], steps[kMaxLanes], br[kMaxLanes], bi[kMaxLanes];
+        alignas(8) std::uint8_t holdBits[8] = {};
+        hn::Store(c, d, cr);
+        hn::Store(step, d, steps);
+        hn::Store(e.br, d, br);
+        hn::Store(e.bi, d, bi);
+        ReplayConfirmations(s, g, LaneBits(open), cr, steps, br, bi, holdBits);
+        e.br = hn::Load(d, br);
+        e.bi = hn::Load(d, bi);
+        holds = hn::Or(holds, hn::LoadMaskBits(d, holdBits));
+        error = Select(open, hn::Zero(d), error);  // replayed values are exact
+    }
+    interior = hn::And(holds, hn::Gt(confirmations, hn::Set(d, 1.0)));
+    const M counted = hn::AndNot(interior, holds);
+    hn::BlendedStore(hn::Add(confirmations, hn::Set(d, 1.0)), counted, d, g.confirmations);
+    hn::BlendedStore(e.br, counted, d, g.tr);
+    hn::BlendedStore(e.bi, counted, d, g.ti);
+    hn::BlendedStore(error, counted, d, g.tError);
+    hn::BlendedStore(ar, counted, d, g.lastAr);
+    hn::BlendedStore(ai, counted, d, g.lastAi);
+    hn::BlendedStore(step, counted, d, g.lastMatch);
+    return holds;
 }
 
-// The cycle detector's match handling, for lanes whose new z came back close to the checkpoint
-// (A and B already updated). Returns the lanes proven interior.
-HWY_INLINE M MatchStep(Hot& h, Group& g, M near) {
+// The cycle detector for lanes whose new z came back close to the checkpoint with |A| < 1.
+// A match where a confirmation is due and holds counts it (the fourth return in a row proves
+// the point interior); any other match starts a new candidate with the period since the
+// checkpoint. Returns the lanes proven interior.
+HWY_INLINE M Matches(Span& s, const Hot& h, Group& g, M match, V ar, V ai, V c) {
     const D d;
-    const V one = hn::Set(d, 1.0), zero = hn::Zero(d);
-    const M match = hn::And(near, hn::Lt(Magnitude(h.ar, h.ai), one));
-    if (hn::AllFalse(d, match)) return hn::FirstN(d, 0);
-
-    const V sr = Cold(g, kSr), si = Cold(g, kSi), tr = Cold(g, kTr), ti = Cold(g, kTi);
-    const V period = Cold(g, kPeriod), lastMatch = Cold(g, kLastMatch);
-    const V confirmations = Cold(g, kConfirmations);
-    const V floor = hn::Set(d, kernel::kToleranceFloor), rel = hn::Set(d, kernel::kRelativeTolerance);
-    const V magT = Magnitude(tr, ti), magS = Magnitude(sr, si);
-    const V tolT = hn::Mul(rel, Select(hn::Gt(magT, floor), magT, floor));
-    const V tolS = hn::Mul(rel, Select(hn::Gt(magS, floor), magS, floor));
-    const M stable = hn::And(
-        hn::Lt(Magnitude(h.br, h.bi), one),
-        hn::And(hn::Lt(Magnitude(hn::Sub(h.br, tr), hn::Sub(h.bi, ti)), tolT),
-                hn::Lt(Magnitude(hn::Sub(h.br, sr), hn::Sub(h.bi, si)), tolS)));
-    const M expected =
-        hn::And(hn::Ne(period, zero), hn::Eq(h.step, hn::Add(lastMatch, period)));
-    const M confirmed = hn::And(match, hn::And(expected, stable));
-    const M interior = hn::And(confirmed, hn::Gt(confirmations, one));
-    const M confirm = hn::AndNot(interior, confirmed);
-    const M first = hn::AndNot(confirmed, match);
-
-    SetCold(g, kConfirmations,
-            Select(confirm, hn::Add(confirmations, one), Select(first, zero, confirmations)));
-    SetCold(g, kTr, Select(confirm, h.br, Select(first, h.ar, tr)));
-    SetCold(g, kTi, Select(confirm, h.bi, Select(first, h.ai, ti)));
-    SetCold(g, kSr, Select(first, h.ar, sr));
-    SetCold(g, kSi, Select(first, h.ai, si));
-    SetCold(g, kPeriod, Select(first, hn::Sub(h.step, Cold(g, kCheckpoint)), period));
-    const M reset = hn::Or(confirm, first);
-    h.br = Select(reset, one, h.br);
-    h.bi = Select(reset, zero, h.bi);
-    SetCold(g, kLastMatch, Select(reset, h.step, lastMatch));
+    const V step = h.step;
+    // The checkpoint before this step's own, which came after the match test: a lane at a
+    // checkpoint now has nextCheckpoint = 2 * step. (Before step 1 the checkpoint is 0.)
+    const V next = h.nextCheckpoint;
+    const V checkpoint =
+        hn::Floor(hn::Mul(Select(hn::Eq(next, hn::Add(step, step)), step, next), hn::Set(d, 0.5)));
+    const V firstMatch = hn::Load(d, g.firstMatch);
+    // Until the first confirmation the last match is the first one.
+    const M unconfirmed = hn::Eq(hn::Load(d, g.confirmations), hn::Zero(d));
+    const V lastMatch = Select(unconfirmed, firstMatch, hn::Load(d, g.lastMatch));
+    const M current = hn::Gt(firstMatch, checkpoint);
+    const M due = hn::And(match, hn::And(current, hn::Eq(step, hn::Add(lastMatch, hn::Load(d, g.period)))));
+    M held = None(), interior = None();
+    if (HWY_UNLIKELY(!hn::AllFalse(d, due))) held = Confirm(s, g, due, ar, ai, c, step, interior);
+    const M first = hn::AndNot(held, match);
+    const auto set = [&](double* field, V value) { hn::BlendedStore(value, first, d, field); };
+    set(g.confirmations, hn::Zero(d));
+    set(g.period, hn::Sub(step, checkpoint));
+    set(g.firstMatch, step);
+    set(g.zmr, h.o.zr);
+    set(g.zmi, h.o.zi);
+    set(g.sr, ar);
+    set(g.si, ai);
     return interior;
 }
 
-// Lanes at a checkpoint (a power-of-two step) take the new z as reference and restart A.
-HWY_INLINE void Checkpoint(Hot& h, Group& g, V nzr, V nzi, V maxIter) {
+// Everything that is not the plain step: matches (with A as the match test saw it, before any
+// checkpoint of this step restarted it), escapes and the ceiling.
+template <bool kJulia>
+HWY_INLINE void OnEvents(Span& s, Hot& h, Group& g, V r2, M escaped, M match, V ar, V ai) {
     const D d;
-    const V nextCheckpoint = Cold(g, kNextCheckpoint);
-    const M at = hn::Eq(h.step, nextCheckpoint);
-    if (hn::AllFalse(d, at)) return;
-    h.zcr = Select(at, nzr, h.zcr);
-    h.zci = Select(at, nzi, h.zci);
-    h.ar = Select(at, hn::Set(d, 1.0), h.ar);
-    h.ai = Select(at, hn::Zero(d), h.ai);
-    SetCold(g, kCheckpoint, Select(at, h.step, Cold(g, kCheckpoint)));
-    SetCold(g, kPeriod, Select(at, hn::Zero(d), Cold(g, kPeriod)));
-    const V next = Select(at, hn::Add(nextCheckpoint, nextCheckpoint), nextCheckpoint);
-    SetCold(g, kNextCheckpoint, next);
-    h.nextEvent = hn::Min(next, maxIter);
-}
-
-// One step of every lane of the group. The common case touches only the hot registers; matches,
-// checkpoints, escapes and the ceiling take the rare paths.
-HWY_INLINE void Step(Span& s, Hot& h, Group& g, V maxIter) {
-    const D d;
-    const V one = hn::Set(d, 1.0);
-    h.step = hn::Add(h.step, one);
-    const V zr = h.zr, zi = h.zi, twoRe = hn::Add(zr, zr), twoIm = hn::Add(zi, zi);
-
-    const V nzr = Fma(zr, zr, NegFma(zi, zi, h.cr));
-    const V nzi = Fma(twoRe, zi, h.ci);
-    const V x = FmaSub(zr, h.dr, hn::Mul(zi, h.di));
-    const V y = Fma(zr, h.di, hn::Mul(zi, h.dr));
-    h.dr = hn::Add(hn::Add(x, x), one);
-    h.di = hn::Add(y, y);
-    // Min is safe here: the values are non-negative, and a NaN orbit never escapes, so its
-    // trap distance is never read.
-    h.trap = hn::Min(h.trap, MinAbs(nzr, nzi));
-    h.r2 = Fma(nzr, nzr, hn::Mul(nzi, nzi));
-    const M escaped = hn::Ge(h.r2, hn::Set(d, kernel::kBailout));
-
-    const V ar = h.ar, ai = h.ai, br = h.br, bi = h.bi;
-    h.ar = FmaSub(ar, twoRe, hn::Mul(ai, twoIm));
-    h.ai = Fma(ar, twoIm, hn::Mul(ai, twoRe));
-    h.br = FmaSub(br, twoRe, hn::Mul(bi, twoIm));
-    h.bi = Fma(br, twoIm, hn::Mul(bi, twoRe));
-
-    // An escaped lane may run the match logic too: it is finished as escaped regardless.
-    const V ddr = hn::Sub(nzr, h.zcr), ddi = hn::Sub(nzi, h.zci);
-    const M near = hn::Lt(Fma(ddr, ddr, hn::Mul(ddi, ddi)), hn::Set(d, kernel::kCloseness));
-    M interior = hn::FirstN(d, 0);
-    if (HWY_UNLIKELY(!hn::AllFalse(d, near))) interior = MatchStep(h, g, near);
-    h.zr = nzr;
-    h.zi = nzi;
-
-    const M event = hn::Or(hn::Or(escaped, interior), hn::Eq(h.step, h.nextEvent));
-    if (HWY_LIKELY(hn::AllFalse(d, event))) return;
-    Checkpoint(h, g, nzr, nzi, maxIter);
-    const M done = hn::Or(hn::Or(escaped, interior), hn::Eq(h.step, maxIter));
-    if (hn::AllFalse(d, done)) return;
+    const M interior = Matches(s, h, g, match, ar, ai, kJulia ? s.cr : hn::Load(d, g.hot.cr));
+    const M ended = hn::Or(interior, hn::Eq(h.step, s.maxIter));
+    if (HWY_LIKELY(hn::AllFalse(d, hn::Or(escaped, ended)))) return;
     Spill(h, g);
-    Refill(s, g, done, escaped);
-    h = Reload(g);
+    hn::Store(r2, d, g.hot.r2);
+    Retire<kJulia>(s, g, escaped, ended);
+    Reload(h, g);
 }
 
-// One group of lanes measured fastest: more groups add latency hiding but spill registers.
-constexpr int kGroups = 1;
+// One step of every lane of a group.
+template <bool kJulia>
+HWY_INLINE void Step(Span& s, Hot& h, Group& g) {
+    const D d;
+    h.time += 1.0;
+    h.step = hn::Add(h.step, hn::Set(d, 1.0));
+    const V r2 = Iterate(h.o, kJulia ? s.cr : hn::Load(d, g.hot.cr), s.ci);
+    const M escaped = hn::Ge(r2, hn::Set(d, kernel::kBailout));
+    // An escaped lane may match too: it is finished as escaped regardless.
+    const M match = Matching(h.o, h.zcr, h.zci);
+    const V ar = h.o.ar, ai = h.o.ai;  // as the match test saw it
 
-void EscapeSpanImpl(const SpanInput& in, EscapeResult* out, std::uint64_t* iterations) {
+    // Checkpoints (steps 1, 2, 4, 8, ...), after the match test: the new z becomes the reference
+    // and A restarts. Done on every step without a branch: checkpoints come too often, and too
+    // irregularly, for a branch on them to be cheaper.
+    const M at = hn::Eq(h.step, h.nextCheckpoint);
+    h.zcr = Select(at, h.o.zr, h.zcr);
+    h.zci = Select(at, h.o.zi, h.zci);
+    h.o.ar = Select(at, hn::Set(d, 1.0), ar);
+    h.o.ai = Select(at, hn::Zero(d), ai);
+    h.nextCheckpoint = Select(at, hn::Add(h.nextCheckpoint, h.nextCheckpoint), h.nextCheckpoint);
+    if (HWY_UNLIKELY(!hn::AllFalse(d, hn::Or(escaped, match)) || h.time == h.nextCeiling))
+        OnEvents<kJulia>(s, h, g, r2, escaped, match, ar, ai);
+}
+
+template <bool kJulia>
+HWY_INLINE void StartGroup(Span& s, Hot& h, Group& g) {
+    const D d;
+    for (std::size_t l = 0; l < hn::Lanes(d); ++l) g.pixel[l] = -1;
+    Refill<kJulia>(s, g, hn::FirstN(d, hn::Lanes(d)));
+    ScheduleCeiling(g);
+    Reload(h, g);
+}
+
+template <bool kJulia>
+void WalkSpan(Span& s) {
+    Group g0{}, g1{};
+    Hot h0, h1;
+    StartGroup<kJulia>(s, h0, g0);
+    StartGroup<kJulia>(s, h1, g1);
+    while (g0.active && g1.active) {
+        Step<kJulia>(s, h0, g0);
+        Step<kJulia>(s, h1, g1);
+    }
+    while (g0.active) Step<kJulia>(s, h0, g0);
+    while (g1.active) Step<kJulia>(s, h1, g1);
+    FinishEscapes(s);
+}
+
+void EscapeSpanImpl(const SpanInput& in, EscapeResult* out, std::uint64_t* iterations,
+                    bool mayEstimate) {
     if (in.count <= 0) return;
-    Span s{&in, out};
     if (in.maxIter < 1) {
         // No iteration at all: every pixel (shortcut or not) is the interior result.
         for (std::int64_t i = 0; i < in.count; ++i) kernel::setInterior(out[i], in.maxIter);
         return;
     }
+    // Confirmations trust their estimates only while no underflow has been flagged since here.
+    std::feclearexcept(FE_UNDERFLOW);
     const D d;
-    const V maxIter = hn::Set(d, static_cast<double>(in.maxIter));
-    Group g[kGroups];
-    Hot h[kGroups];
-    for (int j = 0; j < kGroups; ++j) {
-        InitGroup(s, g[j]);
-        h[j] = Reload(g[j]);
-    }
-    bool all = true;
-    for (int j = 0; j < kGroups; ++j) all = all && g[j].anyActive;
-    while (all) {
-        for (int j = 0; j < kGroups; ++j) Step(s, h[j], g[j], maxIter);
-        for (int j = 0; j < kGroups; ++j) all = all && g[j].anyActive;
-    }
-    for (int j = 0; j < kGroups; ++j)
-        while (g[j].anyActive) Step(s, h[j], g[j], maxIter);
+    Span s{&in,
+           out,
+           hn::Set(d, in.juliaRe),
+           hn::Set(d, in.julia ? in.juliaIm : in.y),
+           hn::Set(d, static_cast<double>(in.maxIter)),
+           mayEstimate,
+           in.maxIter > kWarmUpSteps,
+           {},
+           {},
+           0};
+    if (in.julia)
+        WalkSpan<true>(s);
+    else
+        WalkSpan<false>(s);
     if (iterations) *iterations += s.iterations;
 }
 
@@ -330,7 +843,7 @@ namespace gs {
 HWY_EXPORT(EscapeSpanImpl);
 
 void escapeSpanSimd(const SpanInput& in, EscapeResult* out, std::uint64_t* iterations) {
-    HWY_DYNAMIC_DISPATCH(EscapeSpanImpl)(in, out, iterations);
+    HWY_DYNAMIC_DISPATCH(EscapeSpanImpl)(in, out, iterations, true);
 }
 
 namespace detail {
@@ -338,10 +851,11 @@ std::int64_t compiledTargets() { return HWY_TARGETS & hwy::SupportedTargets(); }
 
 std::string targetName(std::int64_t target) { return hwy::TargetName(target); }
 
-bool escapeSpanOnTarget(std::int64_t target, const SpanInput& in, EscapeResult* out) {
+bool escapeSpanOnTarget(std::int64_t target, const SpanInput& in, EscapeResult* out,
+                        bool replayConfirmations) {
     if ((compiledTargets() & target) == 0) return false;
     hwy::SetSupportedTargetsForTest(target);
-    HWY_DYNAMIC_DISPATCH(EscapeSpanImpl)(in, out, nullptr);
+    HWY_DYNAMIC_DISPATCH(EscapeSpanImpl)(in, out, nullptr, !replayConfirmations);
     hwy::SetSupportedTargetsForTest(0);
     return true;
 }

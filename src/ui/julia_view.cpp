@@ -30,11 +30,13 @@ void forEachRow(int height, RowFn&& fn) {
     });
 }
 
-// Worker thread: the smooth count of every pixel, row by row in parallel.
-void computeCounts(const RenderRequest& r, std::vector<float>& nu, const std::atomic<bool>& stop) {
+// Worker thread: the smooth count of every pixel, row by row in parallel, while the request is
+// the newest one. Returns whether every row was computed.
+bool computeCounts(const RenderRequest& r, const RenderTicket& ticket, std::vector<float>& nu,
+                   const std::atomic<bool>& stop) {
     const auto w = static_cast<std::size_t>(r.width);
     nu.assign(w * static_cast<std::size_t>(r.height), 0.0f);
-    forEachRow(r.height, [&](int row) {
+    return forEachCurrentRow(r.height, ticket, [&](int row) {
         if (stop.load(std::memory_order_relaxed)) return;
         thread_local std::vector<std::uint8_t> rgba;
         thread_local std::vector<PixelExtendedData> data;
@@ -88,9 +90,9 @@ void JuliaView::requestRender(const RenderRequest& request, std::function<void()
     result->request = request;
     result->completion = std::move(completion);
     auto stop = stopping_;
-    pool_.start([this, result, stop] {
-        computeCounts(result->request, result->nu, *stop);
-        if (stop->load()) return;
+    const RenderTicket ticket = generations_.start(generation_);
+    pool_.start([this, result, stop, ticket] {
+        if (!computeCounts(result->request, ticket, result->nu, *stop) || stop->load()) return;
         QMetaObject::invokeMethod(this, [this, result] { deliver(result); }, Qt::QueuedConnection);
     });
 }

@@ -1,7 +1,7 @@
 // The Julia companion: a small view showing the Julia set whose parameter is the centre of the
 // main view. It keeps only the smooth count per pixel, so it shows palette colours without the
 // exterior shadings. Each request is computed whole on a worker and shown whole; a newer
-// request, or a resize, makes an older result stale and it is dropped on arrival.
+// request (a resize makes one) stops an older computation at its next row.
 #pragma once
 
 #include <QImage>
@@ -14,6 +14,7 @@
 #include <vector>
 
 #include "core/frame.h"
+#include "core/render_rows.h"
 
 namespace gs {
 
@@ -61,6 +62,7 @@ private:
     std::vector<std::uint8_t> pixels_;
     std::vector<float> nu_;
     std::int64_t generation_ = 0;
+    RenderGenerations generations_;  // lets a superseded computation's workers stop
 
     QThreadPool pool_;
     std::shared_ptr<std::atomic<bool>> stopping_ = std::make_shared<std::atomic<bool>>(false);

@@ -27,6 +27,7 @@
 #include <vector>
 
 #include "core/frame.h"
+#include "core/render_rows.h"
 #include "core/palette.h"
 #include "explore/explorer_settings.h"
 #include "explore/palette_motion.h"
@@ -515,6 +516,7 @@ private:
     bool trace_ = false;  // GLIMMERSCAPE_TRACE=1: one line on stdout per completed picture
     QThreadPool renderPool_;
     std::shared_ptr<std::atomic<bool>> stopWorkers_ = std::make_shared<std::atomic<bool>>(false);
+    RenderGenerations renderGenerations_;  // lets a superseded render's workers stop
 
     // --- Interface ---
     MandelbrotView* fractalView_ = nullptr;

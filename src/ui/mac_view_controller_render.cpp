@@ -1,13 +1,11 @@
 // The render pipeline: full renders with row hand-over, recolouring, relighting, the status
 // display and the Julia companion's updates.
-#include <oneapi/tbb/blocked_range.h>
-#include <oneapi/tbb/parallel_for.h>
-
 #include <QLabel>
 #include <QMetaObject>
 #include <cstdio>
 
 #include "core/fatal.h"
+#include "core/render_rows.h"
 #include "ui/hud_stat_view.h"
 #include "ui/julia_view.h"
 #include "ui/mac_view_controller.h"
@@ -57,25 +55,24 @@ void MacViewController::render() {
     startRenderWork(request);
 }
 
-// One work item per render; inside it a parallel loop over the rows. Each finished row goes to
-// the GUI thread by value. The stop flag is only raised when the controller is destroyed.
+// One work item per render; inside it a parallel loop over the rows, which stops taking rows
+// once a newer render has started. Each finished row goes to the GUI thread by value. The stop
+// flag is only raised when the controller is destroyed.
 void MacViewController::startRenderWork(const std::shared_ptr<const RenderRequest>& request) {
     auto stop = stopWorkers_;
-    renderPool_.start([this, request, stop] {
+    const RenderTicket ticket = renderGenerations_.start(request->generation);
+    renderPool_.start([this, request, stop, ticket] {
         const auto w = static_cast<std::size_t>(request->width);
-        tbb::parallel_for(tbb::blocked_range<int>(0, request->height),
-                          [&](const tbb::blocked_range<int>& rows) {
-            for (int row = rows.begin(); row != rows.end(); ++row) {
-                if (stop->load(std::memory_order_relaxed)) return;
-                auto out = std::make_shared<FinishedRow>();
-                out->row = row;
-                out->rgba.resize(w * 4);
-                out->data.resize(w);
-                renderRow(*request, row, out->rgba.data(), out->data.data());
-                QMetaObject::invokeMethod(
-                    this, [this, generation = request->generation, out] { deliverRow(generation, *out); },
-                    Qt::QueuedConnection);
-            }
+        forEachCurrentRow(request->height, ticket, [&](int row) {
+            if (stop->load(std::memory_order_relaxed)) return;
+            auto out = std::make_shared<FinishedRow>();
+            out->row = row;
+            out->rgba.resize(w * 4);
+            out->data.resize(w);
+            renderRow(*request, row, out->rgba.data(), out->data.data());
+            QMetaObject::invokeMethod(
+                this, [this, generation = request->generation, out] { deliverRow(generation, *out); },
+                Qt::QueuedConnection);
         });
     });
 }

@@ -110,9 +110,16 @@ TEST(FrameRelief, RelightingEqualsRenderingWithTheNewLight) {
     Frame fresh;
     renderFrame(mandelbrotRequest(kSeahorse, 50, 40, c), fresh);
     EXPECT_EQ(f.pixels, fresh.pixels);
-    // Without a lit picture to start from there is nothing to relight.
+    // Without a lit picture to start from there is nothing to relight: a picture rendered
+    // without relief has none until a recolour with relief lights it.
     Frame empty;
     EXPECT_FALSE(relight(empty, c.light, c.tuning));
+    Frame unlit;
+    renderFrame(mandelbrotRequest(kSeahorse, 50, 40, colours()), unlit);
+    EXPECT_FALSE(relight(unlit, c.light, c.tuning));
+    recolorFrame(mandelbrotRequest(kSeahorse, 50, 40, c), unlit);
+    ASSERT_TRUE(relight(unlit, c.light, c.tuning));
+    EXPECT_EQ(unlit.pixels, fresh.pixels);
 }
 
 TEST(FrameRelief, SoundBoostRaisesDramaWithinZeroToOne) {

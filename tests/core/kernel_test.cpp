@@ -152,15 +152,17 @@ TEST_P(KernelSimdMatchesScalar, OnEveryTarget) {
         escapeSpanScalar(in, want.data());
         for (std::int64_t t = targets; t != 0; t &= t - 1) {
             const std::int64_t target = t & -t;
-            std::fill(got.begin(), got.end(), EscapeResult{-1, -1, -1});
-            ASSERT_TRUE(detail::escapeSpanOnTarget(target, in, got.data()));
-            for (int col = 0; col < g.w; ++col) {
-                const auto i = static_cast<std::size_t>(col);
-                ASSERT_EQ(got[i], want[i])
-                    << detail::targetName(target) << " row " << row << " col " << col << ": nu "
-                    << got[i].nu << " vs " << want[i].nu << ", distance " << got[i].distance
-                    << " vs " << want[i].distance;
-                ++checked;
+            for (const bool replay : {false, true}) {
+                std::fill(got.begin(), got.end(), EscapeResult{-1, -1, -1});
+                ASSERT_TRUE(detail::escapeSpanOnTarget(target, in, got.data(), replay));
+                for (int col = 0; col < g.w; ++col) {
+                    const auto i = static_cast<std::size_t>(col);
+                    ASSERT_EQ(got[i], want[i])
+                        << detail::targetName(target) << (replay ? " (replayed)" : "") << " row "
+                        << row << " col " << col << ": nu " << got[i].nu << " vs " << want[i].nu
+                        << ", distance " << got[i].distance << " vs " << want[i].distance;
+                    ++checked;
+                }
             }
         }
     }
@@ -187,7 +189,35 @@ INSTANTIATE_TEST_SUITE_P(
         Region{"ceiling-1", -0.5, 0.0, 4.0, 1},
         Region{"ceiling-negative", -0.5, 0.0, 4.0, -7},
         Region{"ceiling-2", -1.9, 0.0, 0.5, 2},
-        Region{"one-pixel-wide", -0.745, 0.1, 0.02, 800, false, 0, 0, 1, 9}),
+        Region{"one-pixel-wide", -0.745, 0.1, 0.02, 800, false, 0, 0, 1, 9},
+        // Around the lockstep warm-up (up to 32 steps, only under a higher ceiling) and its
+        // blocks of pixels (a long row spans several, with an odd tail).
+        Region{"ceiling-32-no-warm-up", -0.5, 0.0, 4.0, 32},
+        Region{"ceiling-33-just-above-warm-up", -0.5, 0.0, 4.0, 33},
+        Region{"long-rows", -0.745, 0.1, 0.02, 1000, false, 0, 0, 301, 3},
+        Region{"julia-long-rows", 0.0, 0.0, 3.2, 600, true, -0.8, 0.156, 301, 3},
+        // Attracting cycles of period 1 to 7: matches, confirmations and checkpoints close
+        // together, B recovered from A at every due confirmation.
+        Region{"julia-attracting-fixed-point", 0.0, 0.0, 3.2, 2000, true, 0.2, 0.3},
+        Region{"julia-superattracting-underflow", 0.0, 0.0, 3.2, 1000, true, 0.0, 0.0},
+        Region{"julia-slow-2-cycle", 0.0, 0.0, 3.2, 3000, true, -0.7499, 0.0},
+        Region{"period-3-airplane", -1.7549, 0.0, 0.01, 3000},
+        Region{"period-4-real-axis", -1.3107, 0.0, 0.05, 3000},
+        Region{"period-4-off-axis", 0.2822, 0.5301, 0.02, 3000},
+        Region{"period-5-off-axis", 0.3795, 0.3346, 0.01, 4000},
+        Region{"period-6-real-axis", -1.7729, 0.0, 0.003, 4000},
+        Region{"period-7-real-axis", -1.9408, 0.0, 0.001, 4000},
+        Region{"period-7-off-axis", 0.3668, 0.1478, 0.004, 4000},
+        // Parabolic points: slow convergence, failed and repeated confirmations.
+        Region{"julia-near-parabolic", 0.0, 0.0, 3.2, 3000, true, 0.2499, 0.0},
+        Region{"parabolic-period-doubling", -1.25, 0.0, 0.01, 4000},
+        Region{"parabolic-seahorse-neck", -0.75, 0.01, 0.004, 4000},
+        Region{"parabolic-cusp-outside", 0.2505, 0.0, 0.001, 4000},
+        Region{"parabolic-period-3-root", -0.125, 0.6495, 0.005, 4000},
+        // Orbits that come back close with |A| >= 1 (landing on repelling cycles).
+        Region{"misiurewicz-i", 0.0, 1.0, 1e-6, 3000},
+        Region{"misiurewicz-minus-2", -2.0, 0.0, 1e-6, 3000},
+        Region{"minibrot-with-repelling-returns", -1.7685, 0.0, 0.001, 4000}),
     [](const auto& info) {
         std::string n = info.param.name;
         for (char& c : n)
