@@ -169,6 +169,7 @@ std::uint64_t renderSupersampled(const RenderRequest& r, int samplesPerSide, Fra
         total.fetch_add(iterations, std::memory_order_relaxed);
     });
     if (r.relief) {
+        frame.reliefBase.resize(frame.pixels.size());  // made only for pictures lit by relief
         std::memcpy(frame.reliefBase.data(), frame.pixels.data(), frame.pixels.size());
         applyRelief(frame.pixels.data(), frame.elevation.data(), frame.width, frame.height,
                     r.light, r.colour.tuning);
