@@ -1,5 +1,6 @@
 // The window: the picture first with a sidebar beside it (the Julia view and the controls),
-// under both a bar with the history controls, the status display and help; keyboard commands.
+// under both a bar with the history controls, the status display, the export controls and
+// help; keyboard commands.
 #include <algorithm>
 
 #include <QAction>
@@ -17,6 +18,7 @@
 #include "ui/picture_frame.h"
 #include "ui/sidebar.h"
 #include "ui/window_style.h"
+#include "ui/wrapping_bar_layout.h"
 
 namespace gs {
 
@@ -110,12 +112,14 @@ Sidebar* MacViewController::buildSidebar() {
     return sidebar;
 }
 
+// The history controls and the status display lead; the export controls and Help trail, on
+// a second line when the window is too narrow for one.
 QWidget* MacViewController::buildStatusBar() {
     auto* bar = new QWidget(this);
     bar->setObjectName(QStringLiteral("statusBar"));
     fill(bar, style::kWindow);
-    auto* row = new QHBoxLayout(bar);
-    row->setContentsMargins(12, 8, 20, 10);
+    auto* row = new QHBoxLayout;
+    row->setContentsMargins(0, 0, 0, 0);
     row->setSpacing(4);
     zoomBackControl_ = new ZoomHistoryControl(tr("Zoom backward"), ZoomHistoryControl::Direction::backward, bar);
     zoomForwardControl_ = new ZoomHistoryControl(tr("Zoom forward"), ZoomHistoryControl::Direction::forward, bar);
@@ -136,10 +140,22 @@ QWidget* MacViewController::buildStatusBar() {
         row->addSpacing(16);
         row->addWidget(stat);
     }
-    row->addSpacing(40);
+    auto* actions = new QHBoxLayout;
+    actions->setContentsMargins(0, 0, 0, 0);
+    actions->setSpacing(4);
+    saveImageControl_ = new BracketActionControl(tr("Save Image…"), bar);
+    saveImageControl_->setToolTip(tr("Save the picture as a PNG file (Ctrl+S)"));
+    recordAnimationControl_ = new BracketActionControl(tr("Record Animation…"), bar);
+    recordAnimationControl_->setToolTip(tr("Record one palette cycle as a looping movie"));
     helpControl_ = new BracketActionControl(tr("Help"), bar);
     helpControl_->setToolTip(tr("Mouse, keyboard and touchpad (F1)"));
-    row->addWidget(helpControl_);
+    actions->addWidget(saveImageControl_);
+    actions->addWidget(recordAnimationControl_);
+    actions->addSpacing(12);
+    actions->addWidget(helpControl_);
+    auto* lines = new WrappingBarLayout(row, actions, 32, bar);
+    lines->setContentsMargins(12, 7, 20, 7);
+    lines->setSpacing(0);
     return bar;
 }
 
@@ -158,6 +174,8 @@ void MacViewController::connectControls() {
     on(autoToggle_, &MacViewController::toggleAutoAction);
     on(resetViewControl_, &MacViewController::resetViewAction);
     on(resetAllControl_, &MacViewController::resetAllAction);
+    on(saveImageControl_, &MacViewController::saveImage);
+    on(recordAnimationControl_, &MacViewController::recordPaletteAnimationAction);
     on(helpControl_, &MacViewController::showHelp);
     on(zoomBackControl_, &MacViewController::handleZoomHistoryBack);
     on(zoomForwardControl_, &MacViewController::handleZoomHistoryForward);
@@ -174,6 +192,7 @@ QAction* MacViewController::addShortcut(const QString& title, const QKeySequence
 }
 
 void MacViewController::buildShortcuts() {
+    addShortcut(tr("Save Image…"), QKeySequence(Qt::CTRL | Qt::Key_S), &MacViewController::saveImage);
     addShortcut(tr("New Random Palette"), QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_R),
                 &MacViewController::handleColorCycle);
     addShortcut(tr("Reset View"), QKeySequence(Qt::CTRL | Qt::Key_0), &MacViewController::resetViewAction);

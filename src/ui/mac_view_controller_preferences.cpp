@@ -58,6 +58,7 @@ void MacViewController::showEvent(QShowEvent* event) {
 }
 
 void MacViewController::closeEvent(QCloseEvent* event) {
+    cancelRecording();
     if (isWindow()) rememberWindowPlace();
     QWidget::closeEvent(event);
 }
