@@ -224,10 +224,13 @@ TEST_F(ExportWindow, RequestsDuringARenderOrARecordingAreIgnored) {
     c().recordJuliaPaletteAnimation();
     EXPECT_FALSE(c().isRecordingPaletteAnimation());
     ASSERT_TRUE(e->settle());
-    ASSERT_TRUE(c().juliaView()->isComputing());  // the Julia picture follows the render
-    c().recordJuliaPaletteAnimation();
+    JuliaView* julia = c().juliaView();
+    ColourInputs colours;
+    colours.table = c().colorTable();
+    julia->requestRender(juliaRequest(0, 0, julia->bufferWidth(), julia->bufferHeight(), colours, 100));
+    c().recordJuliaPaletteAnimation();  // while the Julia picture is being computed
     EXPECT_FALSE(c().isRecordingPaletteAnimation());
-    ASSERT_TRUE(waitFor([&] { return !c().juliaView()->isComputing(); }));
+    ASSERT_TRUE(waitFor([&] { return !julia->isComputing(); }));
     c().recordJuliaPaletteAnimation();
     EXPECT_TRUE(c().isRecordingPaletteAnimation());
     c().recordPaletteAnimationAction();
@@ -298,6 +301,7 @@ TEST_F(ExportWindow, EveryEndOtherThanSuccessLeavesNoFile) {
         {"cancelled", {}, [&] { cancel(); }, false},
         {"window closed", {}, [&] { c().close(); }, false},
     };
+    c().setAnimationSpeed(0.1);  // 300 frames: long enough to be stopped on the way
     for (const auto& k : cases) {
         SCOPED_TRACE(k.how);
         alerts.clear();
@@ -322,6 +326,7 @@ TEST_F(ExportWindow, EveryEndOtherThanSuccessLeavesNoFile) {
 
 // The window goes away in the middle of a recording: it waits for the worker, which stops.
 TEST_F(ExportWindow, DestroyingTheWindowStopsItsRecording) {
+    c().setAnimationSpeed(0.1);
     c().recordPaletteAnimationAction();
     ASSERT_TRUE(waitFor([&] { return !frames.empty(); }));
     e.reset();
