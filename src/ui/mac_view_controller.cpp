@@ -124,6 +124,7 @@ void MacViewController::showContextMenu(const QPoint& globalPos) {
     menu->addAction(tr("Record Palette Animation…"), this, &MacViewController::recordPaletteAnimationAction)
         ->setEnabled(canRecord());
     menu->addAction(tr("Save Image…"), this, &MacViewController::saveImage)->setEnabled(!lastCGImage_.isNull());
+    menu->addSeparator();
     menu->addAction(tr("Reset View"), this, &MacViewController::resetViewAction);
     menu->addAction(tr("Reset All"), this, &MacViewController::resetAllAction);
     menu->popup(globalPos);

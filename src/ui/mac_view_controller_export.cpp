@@ -4,6 +4,7 @@
 #include <QFile>
 #include <QFileDialog>
 #include <QFileInfo>
+#include <QGridLayout>
 #include <QMenu>
 #include <QMessageBox>
 #include <QStandardPaths>
@@ -21,6 +22,8 @@
 namespace gs {
 
 namespace {
+
+constexpr int kAlertWidth = 320;
 
 // The user's folder of that kind, made if it is missing (the home folder without one).
 QString userFolder(QStandardPaths::StandardLocation kind) {
@@ -58,6 +61,9 @@ void MacViewController::installExportPresenters() {
         box->setText(QStringLiteral("<b>%1</b>").arg(title.toHtmlEscaped()));
         box->setInformativeText(message);
         box->addButton(tr("OK"), QMessageBox::AcceptRole);
+        // A message box is as narrow as its title; this one's message reads better on two lines.
+        if (auto* grid = qobject_cast<QGridLayout*>(box->layout()))
+            grid->addItem(new QSpacerItem(kAlertWidth, 0), grid->rowCount(), 0, 1, grid->columnCount());
         box->setAttribute(Qt::WA_DeleteOnClose);
         returnKeyboardAfter(box);
         box->open();

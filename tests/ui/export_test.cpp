@@ -167,7 +167,8 @@ void runMenuEntry(MacViewController& c, const char* menuName, const std::functio
     auto* menu = c.findChild<QMenu*>(QLatin1String(menuName));
     ASSERT_TRUE(menu) << menuName;
     QStringList titles;
-    for (QAction* action : menu->actions()) titles << action->text();
+    for (QAction* action : menu->actions())
+        if (!action->isSeparator()) titles << action->text();
     EXPECT_EQ(titles, expected);
     for (QAction* action : menu->actions())
         if (action->text() == entry) action->trigger();
