@@ -366,10 +366,10 @@ QString movieUsage() {
 
 QString programUsage() {
     return QStringLiteral(
-        "Usage: glimmerscape [Qt options]               opens the explorer window\n"
-        "       glimmerscape render [options] -o OUT    makes a picture without a display\n"
-        "       glimmerscape movie [options] -o OUT.mov records a palette-cycle loop without one\n"
-        "       glimmerscape --version                  prints the version\n\n"
+        "Usage: glimmerscape [Qt options]                 opens the explorer window\n"
+        "       glimmerscape render [options] -o OUT      makes a picture without a display\n"
+        "       glimmerscape movie [options] -o OUT.mov   records a palette-cycle loop without one\n"
+        "       glimmerscape --version                    prints the version\n\n"
         "glimmerscape render --help and glimmerscape movie --help list their options.\n");
 }
 

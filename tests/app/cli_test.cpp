@@ -125,6 +125,14 @@ TEST_F(CliTest, ExplainsItselfWithoutADisplay) {
     EXPECT_TRUE(help.out.contains(QLatin1String("\n  trapSharpness        0.15 to 2 (default 0.45)\n")));
     for (const TuningField& f : kTuningFields)  // every tuning key on a line of its own
         EXPECT_TRUE(help.out.contains(QStringLiteral("\n  %1 ").arg(QString::fromLatin1(f.key).leftJustified(20)))) << f.key;
+    // Each command lists its own options only.
+    const CliRun movie = run({QStringLiteral("movie"), QStringLiteral("--help")});
+    EXPECT_EQ(movie.status, 0);
+    for (const char* own : {"--speed S", "-o, --output OUT.mov", "--julia CRE,CIM", "--tuning FILE.json"})
+        EXPECT_TRUE(movie.out.contains(QLatin1String(own))) << own;
+    for (const char* other : {"--data", "--supersample", "OUT.png"}) EXPECT_FALSE(movie.out.contains(QLatin1String(other))) << other;
+    EXPECT_TRUE(help.out.contains(QLatin1String("--supersample N")));
+    EXPECT_FALSE(help.out.contains(QLatin1String("--speed")));
 }
 
 // The command line's choice between itself and the window, and whether a window can open.
