@@ -2,7 +2,7 @@
 // cycles a second) of a 1920 x 1080 picture with orbit traps, glow and distance edges on.
 //
 //   colouring     the frames coloured (rows in parallel, kept inputs) into one BGRA picture
-//   conversion    that picture to yuv420p through libswscale, whole, on one thread
+//   conversion    that picture to yuv420p (YuvConverter), whole, on one thread
 //   frame maker   both as the recording does them: in bands of rows, on a third of the cores,
 //                 each band converted while it is in the cache
 //   encoder alone the same frames, made beforehand and held in memory, through x264 and the

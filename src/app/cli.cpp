@@ -1,5 +1,5 @@
-// The render command: palette, colours and view from the options, one parallel render, the
-// files written.
+// The render command: palette, colours and view from the options, one parallel render (or a
+// supersampled poster), the files written; and the dispatch of the whole command line.
 #include "cli.h"
 
 #include <oneapi/tbb/global_control.h>
@@ -17,11 +17,13 @@
 #include <memory>
 #include <new>
 
+#include "app/cli_picture.h"
 #include "app/npy.h"
 #include "app/progress.h"
 #include "core/frame.h"
 #include "core/mapfile.h"
 #include "core/palette.h"
+#include "core/supersample.h"
 #include "core/tuning_fields.h"
 #include "library/atomic_file.h"
 #include "library/bookmark.h"
@@ -29,11 +31,8 @@
 #include "library/tuning_json.h"
 
 namespace gs {
+namespace cli {
 namespace {
-
-struct Failure {
-    QString message;
-};
 
 QString number(double v) { return QString::number(v, 'g', QLocale::FloatingPointShortest); }
 
@@ -90,12 +89,6 @@ RenderOptions showingBookmark(RenderOptions o, const Bookmark& b) {
     return o;
 }
 
-void writeOrFail(const QString& path, const QByteArray& bytes) {
-    QString why;
-    if (!writeFileAtomically(path, bytes, &why))
-        throw Failure{QStringLiteral("cannot write '%1': %2").arg(path, why)};
-}
-
 // The palette, and the seed it was generated from (none for a .map file).
 struct Palette {
     ColorTable colors;
@@ -133,15 +126,6 @@ ShadingTuning loadTuning(const RenderOptions& o) {
     return *t;
 }
 
-// Refuses sizes whose buffers would not fit in this machine's memory.
-void checkMemory(const RenderOptions& o) {
-    const double bytesPerPixel = 4 + 12 + 4 + (o.look.reliefEnabled ? 4 : 0) + 4;  // + PNG encoding copy
-    const double needed = bytesPerPixel * o.width * o.height;
-    const long pages = sysconf(_SC_PHYS_PAGES), pageSize = sysconf(_SC_PAGE_SIZE);
-    if (pages > 0 && pageSize > 0 && needed > 0.8 * static_cast<double>(pages) * static_cast<double>(pageSize))
-        throw Failure{QStringLiteral("%1x%2 is too large to allocate on this machine").arg(o.width).arg(o.height)};
-}
-
 QByteArray encodePicture(const Frame& frame, const QByteArray& format) {
     const QImage image(frame.pixels.data(), frame.width, frame.height, frame.width * 4,
                        QImage::Format_RGBA8888);
@@ -153,20 +137,6 @@ QByteArray encodePicture(const Frame& frame, const QByteArray& format) {
     if (!writer.write(image))
         throw Failure{QStringLiteral("cannot encode the picture: %1").arg(writer.errorString())};
     return bytes;
-}
-
-double secondsSince(std::chrono::steady_clock::time_point start) {
-    return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
-}
-
-// A picture whose proportions differ from its region's is stretched; say so (it is still made).
-void noteStretching(const RenderOptions& o, QTextStream& err) {
-    const double region = o.julia ? 1.0 : o.view.width() / o.view.height();
-    const double picture = static_cast<double>(o.width) / o.height;
-    if (std::abs(region / picture - 1) <= 0.01) return;
-    err << "glimmerscape: note: the view's proportions (" << QString::number(region, 'f', 3)
-        << ") differ from the picture's (" << QString::number(picture, 'f', 3)
-        << "); the picture is stretched" << Qt::endl;
 }
 
 ColourInputs colourInputs(const RenderOptions& o, std::shared_ptr<const ColorTable> table) {
@@ -185,10 +155,15 @@ ColourInputs colourInputs(const RenderOptions& o, std::shared_ptr<const ColorTab
 }
 
 // Runs the render on its own thread while this one shows the progress.
-void renderWithProgress(const RenderRequest& request, Frame& frame, QTextStream& err, bool terminal,
-                        std::chrono::steady_clock::time_point start) {
+void renderWithProgress(const RenderRequest& request, int samplesPerSide, Frame& frame, QTextStream& err,
+                        bool terminal, Clock::time_point start) {
     std::atomic<int> rows{0};
-    auto work = std::async(std::launch::async, [&] { renderFrame(request, frame, &rows); });
+    auto work = std::async(std::launch::async, [&] {
+        if (samplesPerSide > 1)
+            renderSupersampled(request, samplesPerSide, frame, &rows);
+        else
+            renderFrame(request, frame, &rows);
+    });
     ProgressBar bar(err, terminal);
     while (work.wait_for(std::chrono::milliseconds(100)) != std::future_status::ready)
         bar.update(static_cast<double>(rows.load()) / request.height, secondsSince(start));
@@ -201,59 +176,109 @@ QString kernelName(KernelKind kernel) {
                                         : QStringLiteral("SIMD %1").arg(QString::fromStdString(simdTargetName()));
 }
 
-// The render's time covers everything from the palette to the lit picture; writing the files
-// is reported apart.
-void render(const RenderOptions& given, QTextStream& out, QTextStream& err, bool terminal) {
+}  // namespace
+
+double secondsSince(Clock::time_point start) {
+    return std::chrono::duration<double>(Clock::now() - start).count();
+}
+
+void checkMemory(const RenderOptions& o, double bytesPerPixel) {
+    const double needed = bytesPerPixel * o.width * o.height;
+    const long pages = sysconf(_SC_PHYS_PAGES), pageSize = sysconf(_SC_PAGE_SIZE);
+    if (pages > 0 && pageSize > 0 && needed > 0.8 * static_cast<double>(pages) * static_cast<double>(pageSize))
+        throw Failure{QStringLiteral("%1x%2 is too large to allocate on this machine").arg(o.width).arg(o.height)};
+}
+
+void noteStretching(const RenderOptions& o, QTextStream& err) {
+    const double region = o.julia ? 1.0 : o.view.width() / o.view.height();
+    const double picture = static_cast<double>(o.width) / o.height;
+    if (std::abs(region / picture - 1) <= 0.01) return;
+    err << "glimmerscape: note: the view's proportions (" << QString::number(region, 'f', 3)
+        << ") differ from the picture's (" << QString::number(picture, 'f', 3)
+        << "); the picture is stretched" << Qt::endl;
+}
+
+std::size_t threadCount(const RenderOptions& o) {
+    return o.threads > 0 ? static_cast<std::size_t>(o.threads) : static_cast<std::size_t>(tbb::info::default_concurrency());
+}
+
+void writeOrFail(const QString& path, const QByteArray& bytes) {
+    QString why;
+    if (!writeFileAtomically(path, bytes, &why))
+        throw Failure{QStringLiteral("cannot write '%1': %2").arg(path, why)};
+}
+
+PictureSource pictureSource(const RenderOptions& given) {
     const std::optional<Bookmark> bookmark = loadBookmark(given);
-    const RenderOptions o = bookmark ? showingBookmark(given, *bookmark) : given;
-    checkMemory(o);
-    noteStretching(o, err);
-    const auto start = std::chrono::steady_clock::now();
-    Palette palette = bookmark ? Palette{bookmark->paletteColors.colors, std::nullopt} : loadPalette(o);
-    auto table = std::make_shared<const ColorTable>(std::move(palette.colors));
+    if (!bookmark) return {given, std::nullopt};
+    return {showingBookmark(given, *bookmark), bookmark->paletteColors.colors};
+}
+
+// The render's time covers everything from the palette to the lit picture.
+RenderedPicture renderPicture(const PictureSource& source, QTextStream& out, QTextStream& err, bool terminal,
+                              Clock::time_point start) {
+    const RenderOptions& o = source.options;
+    RenderedPicture p;
+    Palette palette = source.bookmarkColors ? Palette{*source.bookmarkColors, std::nullopt} : loadPalette(o);
+    p.seed = palette.seed;
+    p.table = std::make_shared<const ColorTable>(std::move(palette.colors));
     const std::int64_t maxIter = o.maxIter ? *o.maxIter : iterationCeiling(o.view);
-    const ColourInputs colour = colourInputs(o, table);
-    RenderRequest request =
-        o.julia ? juliaRequest(o.julia->first, o.julia->second, o.width, o.height, colour, maxIter)
-                : mandelbrotRequest(o.view, o.width, o.height, colour, maxIter);
-    request.kernel = o.kernel;
-    const std::size_t threads =
-        o.threads > 0 ? static_cast<std::size_t>(o.threads) : static_cast<std::size_t>(tbb::info::default_concurrency());
-    tbb::global_control limit(tbb::global_control::max_allowed_parallelism, threads);
-    Frame frame;
-    renderWithProgress(request, frame, err, terminal, start);
-    out << QStringLiteral("Rendered %1x%2 in %3 (%4 kernel, %5 threads, max %6 iterations)")
+    const ColourInputs colour = colourInputs(o, p.table);
+    p.request = o.julia ? juliaRequest(o.julia->first, o.julia->second, o.width, o.height, colour, maxIter)
+                        : mandelbrotRequest(o.view, o.width, o.height, colour, maxIter);
+    p.request.kernel = o.kernel;
+    renderWithProgress(p.request, o.supersample, p.frame, err, terminal, start);
+    QString samples;
+    if (o.supersample > 1) samples = QStringLiteral(", %1 samples a pixel").arg(o.supersample * o.supersample);
+    out << QStringLiteral("Rendered %1x%2 in %3 (%4 kernel, %5 threads, max %6 iterations%7)")
                .arg(o.width)
                .arg(o.height)
                .arg(QString::fromStdString(renderTimeText(secondsSince(start))), kernelName(o.kernel))
-               .arg(threads)
+               .arg(threadCount(o))
                .arg(maxIter)
+               .arg(samples)
         << Qt::endl;
-    if (palette.seed)
-        out << QStringLiteral("Palette: %1, seed %2 (--seed %2 makes it again)").arg(o.palette).arg(*palette.seed)
+    if (p.seed)
+        out << QStringLiteral("Palette: %1, seed %2 (--seed %2 makes it again)").arg(o.palette).arg(*p.seed)
             << Qt::endl;
+    return p;
+}
 
-    const auto writing = std::chrono::steady_clock::now();
-    const QByteArray picture = encodePicture(frame, o.format);
-    writeOrFail(o.output, picture);
-    if (!o.savePalette.isEmpty()) writeOrFail(o.savePalette, QByteArray::fromStdString(writeMap(*table)));
+namespace {
+
+void render(const RenderOptions& given, QTextStream& out, QTextStream& err, bool terminal) {
+    const PictureSource source = pictureSource(given);
+    const RenderOptions& o = source.options;
+    // The buffers, the relief's, and the PNG encoding's copy.
+    checkMemory(o, 4 + 12 + 4 + (o.look.reliefEnabled ? 4 : 0) + 4);
+    noteStretching(o, err);
+    const auto start = Clock::now();
+    tbb::global_control limit(tbb::global_control::max_allowed_parallelism, threadCount(o));
+    const RenderedPicture picture = renderPicture(source, out, err, terminal, start);
+    const Frame& frame = picture.frame;
+
+    const auto writing = Clock::now();
+    const QByteArray bytes = encodePicture(frame, o.format);
+    writeOrFail(o.output, bytes);
+    if (!o.savePalette.isEmpty()) writeOrFail(o.savePalette, QByteArray::fromStdString(writeMap(*picture.table)));
     if (!o.dataPath.isEmpty()) writeOrFail(o.dataPath, encodeNpy(frame.data.data(), frame.width, frame.height));
     out << QStringLiteral("Wrote %1 (%2, %3 bytes) in %4")
                .arg(o.output == QLatin1String("-") ? QStringLiteral("standard output") : o.output,
                     QString::fromLatin1(o.format.toUpper()))
-               .arg(picture.size())
+               .arg(bytes.size())
                .arg(QString::fromStdString(renderTimeText(secondsSince(writing))))
         << Qt::endl;
 }
 
 }  // namespace
+}  // namespace cli
 
 int runRender(const RenderOptions& options, QTextStream& out, QTextStream& err, bool errIsTerminal) {
     QTextStream& report = options.output == QLatin1String("-") ? err : out;  // stdout holds the picture
     try {
-        render(options, report, err, errIsTerminal);
+        cli::render(options, report, err, errIsTerminal);
         return 0;
-    } catch (const Failure& f) {
+    } catch (const cli::Failure& f) {
         err << "glimmerscape: " << f.message << Qt::endl;
     } catch (const std::bad_alloc&) {
         err << "glimmerscape: " << options.width << "x" << options.height
@@ -273,11 +298,11 @@ int runLinkCommand(const QStringList& args, QTextStream& out, QTextStream& err) 
         return 2;
     }
     try {
-        const auto link = makeLink(readBookmarkFile(args[0]));
-        if (!link) throw Failure{QStringLiteral("'%1' cannot be carried by a link").arg(args[0])};
+        const auto link = makeLink(cli::readBookmarkFile(args[0]));
+        if (!link) throw cli::Failure{QStringLiteral("'%1' cannot be carried by a link").arg(args[0])};
         out << *link << Qt::endl;
         return 0;
-    } catch (const Failure& f) {
+    } catch (const cli::Failure& f) {
         err << "glimmerscape: " << f.message << Qt::endl;
     }
     return 1;
@@ -294,22 +319,32 @@ int runCommandLine(const QStringList& args, QTextStream& out, QTextStream& err, 
         return 0;
     }
     if (args[0] == QLatin1String("link")) return runLinkCommand(args.mid(1), out, err);
-    if (args[0] != QLatin1String("render")) {
-        err << "glimmerscape: unknown command '" << args[0] << "' (try: glimmerscape --help)" << Qt::endl;
-        return 2;
+    // Each command: how it reads its arguments, its help, and how it runs.
+    struct Command {
+        const char* name;
+        std::variant<RenderOptions, QString> (*parse)(const QStringList&);
+        QString (*usage)();
+        int (*run)(const RenderOptions&, QTextStream&, QTextStream&, bool);
+    };
+    static const Command commands[] = {{"render", parseRenderArguments, renderUsage, runRender},
+                                       {"movie", parseMovieArguments, movieUsage, runMovie}};
+    for (const Command& command : commands) {
+        if (args[0] != QLatin1String(command.name)) continue;
+        const auto parsed = command.parse(args.mid(1));
+        if (const QString* message = std::get_if<QString>(&parsed)) {
+            err << "glimmerscape: " << *message << " (see glimmerscape " << command.name << " --help)" << Qt::endl;
+            return 2;
+        }
+        const auto& options = std::get<RenderOptions>(parsed);
+        if (options.help) {
+            out << command.usage();
+            out.flush();
+            return 0;
+        }
+        return command.run(options, out, err, errIsTerminal);
     }
-    const auto parsed = parseRenderArguments(args.mid(1));
-    if (const QString* message = std::get_if<QString>(&parsed)) {
-        err << "glimmerscape: " << *message << " (see glimmerscape render --help)" << Qt::endl;
-        return 2;
-    }
-    const auto& options = std::get<RenderOptions>(parsed);
-    if (options.help) {
-        out << renderUsage();
-        out.flush();
-        return 0;
-    }
-    return runRender(options, out, err, errIsTerminal);
+    err << "glimmerscape: unknown command '" << args[0] << "' (try: glimmerscape --help)" << Qt::endl;
+    return 2;
 }
 
 }  // namespace gs

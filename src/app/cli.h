@@ -1,4 +1,5 @@
-// The command-line renderer: `glimmerscape render [options] -o OUT.png`, without a display.
+// The command line, without a display: `glimmerscape render [options] -o OUT.png` makes a
+// picture, `glimmerscape movie [options] -o OUT.mov` records one palette cycle of it.
 #pragma once
 
 #include <QByteArray>
@@ -16,6 +17,7 @@
 
 namespace gs {
 
+// The options of both commands; each command takes the ones its help lists.
 struct RenderOptions {
     QString output;                      // -o, required
     QByteArray format = "png";           // the picture's format, from the output's extension
@@ -26,10 +28,12 @@ struct RenderOptions {
     QString palette = QStringLiteral("smooth");      // smooth | random | path to a .map
     std::optional<std::uint64_t> seed;               // --seed
     QString savePalette;                             // --save-palette
-    // Frequency, phase, shadings, light and tuning: the explorer's defaults unless given.
+    // Frequency, phase, shadings, light, tuning and the movie's speed (--speed): the explorer's
+    // defaults unless given.
     ExplorerSettings look;
     QString tuningPath;                   // --tuning: replaces look.tuning when rendering
     QString dataPath;                     // --data
+    int supersample = 1;                  // --supersample: points a side per pixel, 1 to 4
     KernelKind kernel = KernelKind::simd; // --kernel (auto picks the SIMD dispatcher)
     int threads = 0;                      // --threads; 0: all cores
     // A bookmark to show instead of view, palette and look: a share link (--link) or a
@@ -39,11 +43,13 @@ struct RenderOptions {
     bool help = false;
 };
 
-// Parses the arguments after "render". On failure returns a one-line message.
+// Parses the arguments after "render" or "movie". On failure returns a one-line message.
 std::variant<RenderOptions, QString> parseRenderArguments(const QStringList& args);
+std::variant<RenderOptions, QString> parseMovieArguments(const QStringList& args);
 
 // The help texts, made from the tables of options and of tuning keys.
 QString renderUsage();
+QString movieUsage();
 QString programUsage();
 
 // Renders as the options say and writes the files, reporting the render and the writing to
@@ -52,6 +58,12 @@ QString programUsage();
 // status (0 success, 1 failure).
 int runRender(const RenderOptions& options, QTextStream& out, QTextStream& err,
               bool errIsTerminal = false);
+
+// Records the movie as the options say: the picture is rendered once, then recoloured for
+// every frame of one palette cycle and encoded; the output appears only when it is complete.
+// Reports as runRender does, with the progress of both steps on a terminal. Returns 0
+// success, 1 failure, 130 when interrupted (SIGINT).
+int runMovie(const RenderOptions& options, QTextStream& out, QTextStream& err, bool errIsTerminal = false);
 
 // The whole command line (argv without the program name). Exit status: 0 success, 1 a failed
 // render or write, 2 bad arguments.

@@ -1,4 +1,5 @@
-// The render command's options: one table that parses, checks and explains them.
+// The options of the render and movie commands: one table that parses, checks and explains
+// them, each option marked with the commands that take it.
 #include <QFileInfo>
 #include <QImageWriter>
 #include <QLatin1String>
@@ -8,6 +9,7 @@
 #include <vector>
 
 #include "app/cli.h"
+#include "core/supersample.h"
 #include "core/tuning_fields.h"
 #include "explore/palette_motion.h"
 #include "library/bookmark.h"
@@ -16,6 +18,13 @@ namespace gs {
 namespace {
 
 constexpr int kMaxSide = 65535;
+// A palette cycle a second at most; at the least one in 50 seconds (1500 frames).
+constexpr double kMinMovieSpeed = 0.02, kMaxMovieSpeed = 1.0;
+
+// The commands that take an option, and whether a bookmark already decides what it sets (such
+// options are refused beside --link or --bookmark).
+enum OptionFlags : unsigned { kRender = 1, kMovie = 2, kBoth = kRender | kMovie, kSetByBookmark = 4 };
+using Command = OptionFlags;
 
 struct ArgError {
     QString message;
@@ -152,30 +161,54 @@ void parseOutput(RenderOptions& o, const QString& path) {
     throw ArgError{QStringLiteral("-o: cannot write .%1 pictures, only %2").arg(extension, known.join(QStringLiteral(", ")))};
 }
 
+void parseMovieOutput(RenderOptions& o, const QString& path) {
+    if (path == QLatin1String("-"))
+        throw ArgError{QStringLiteral("-o: a movie is written to a file, not to standard output")};
+    if (QFileInfo(path).suffix().toLower() != QLatin1String("mov"))
+        throw ArgError{QStringLiteral("-o: movies are QuickTime files: expected a name ending in .mov, got '%1'").arg(path)};
+    o.output = path;
+}
+
+void parseSupersample(RenderOptions& o, const QString& text) {
+    const auto n = toInteger<int>(text);
+    if (!n || *n < 1 || *n > kMaxSamplesPerSide)
+        throw ArgError{QStringLiteral("--supersample: expected a whole number from 1 to %1, got '%2'")
+                           .arg(kMaxSamplesPerSide)
+                           .arg(text)};
+    o.supersample = *n;
+}
+
 using Apply = void (*)(RenderOptions&, const QString& value);
 
-// Whether an option may be given together with --link or --bookmark.
-enum class WithBookmark { combines, contradicts };
-
 // One option: its names, the placeholder of its value (empty for a flag), its help line, what
-// it does to the options, and whether a bookmark already decides what it sets.
+// it does to the options, the commands that take it and whether a bookmark sets it too.
 struct Option {
     QStringList names;
     QString value;
     QString help;
     Apply apply;
-    WithBookmark withBookmark = WithBookmark::combines;
+    unsigned flags = kBoth;
 };
 
 std::vector<Option> makeOptions() {
-    constexpr WithBookmark contradicts = WithBookmark::contradicts;
+    constexpr unsigned contradicts = kBoth | kSetByBookmark;
     const ExplorerSettings d;
     const auto s = [](const char* text) { return QString::fromUtf8(text); };
     return {
         {{s("-o"), s("--output")}, s("OUT.png"),
          s("where to write the picture: .png, .jpg or .webp (PNG without an extension, - for "
            "standard output)"),
-         parseOutput},
+         parseOutput, kRender},
+        {{s("-o"), s("--output")}, s("OUT.mov"),
+         s("where to write the movie, a QuickTime file (replaced only once complete)"),
+         parseMovieOutput, kMovie},
+        {{s("--speed")}, s("S"),
+         s("palette cycles a second, %1 to %2 (default %3); the loop lasts 1/S seconds at 30 fps")
+             .arg(number(kMinMovieSpeed), number(kMaxMovieSpeed), number(d.animationSpeed)),
+         [](RenderOptions& o, const QString& v) {
+             o.look.animationSpeed = numberIn(QStringLiteral("--speed"), v, kMinMovieSpeed, kMaxMovieSpeed);
+         },
+         kMovie},
         {{s("--size")}, s("WxH"), s("picture size in pixels (default 1200x900)"), parseSize},
         {{s("--view")}, s("XMIN,XMAX,YMIN,YMAX"), s("region of the plane (default -2.5,1.5,-1.5,1.5)"),
          parseView, contradicts},
@@ -222,8 +255,12 @@ std::vector<Option> makeOptions() {
          [](RenderOptions& o, const QString& v) { o.link = v; }},
         {{s("--bookmark")}, s("FILE.json"), s("show what a bookmark file holds, as --link does"),
          [](RenderOptions& o, const QString& v) { o.bookmarkPath = v; }},
+        {{s("--supersample")}, s("N"),
+         s("N x N points a pixel, averaged in linear light: an anti-aliased poster (1 to %1, default 1)")
+             .arg(kMaxSamplesPerSide),
+         parseSupersample, kRender},
         {{s("--data")}, s("OUT.npy"), s("per-pixel nu, distance, trapDistance as float32 (H, W, 3)"),
-         [](RenderOptions& o, const QString& v) { o.dataPath = v; }},
+         [](RenderOptions& o, const QString& v) { o.dataPath = v; }, kRender},
         {{s("--kernel")}, s("auto|scalar|simd"), s("iteration kernel (default auto)"), parseKernel},
         {{s("--threads")}, s("N"), s("worker threads (default: all cores)"), parseThreads},
         {{s("-h"), s("--help")}, {}, s("this text"), [](RenderOptions& o, const QString&) { o.help = true; }},
@@ -235,15 +272,15 @@ const std::vector<Option>& options() {
     return table;
 }
 
-const Option* findOption(const QString& name) {
+const Option* findOption(const QString& name, Command command) {
     for (const Option& option : options())
-        if (option.names.contains(name)) return &option;
+        if ((option.flags & command) && option.names.contains(name)) return &option;
     return nullptr;
 }
 
 // Applies args[i] (and its value, taken from "--name=value" or the next argument), noting the
 // option in `used`; returns the index of the last argument used.
-qsizetype applyArgument(RenderOptions& o, const QStringList& args, qsizetype i,
+qsizetype applyArgument(RenderOptions& o, const QStringList& args, qsizetype i, Command command,
                         std::vector<const Option*>& used) {
     QString name = args[i];
     std::optional<QString> value;
@@ -251,7 +288,7 @@ qsizetype applyArgument(RenderOptions& o, const QStringList& args, qsizetype i,
         value = name.mid(eq + 1);
         name = name.left(eq);
     }
-    const Option* option = findOption(name);
+    const Option* option = findOption(name, command);
     if (!option) {
         if (!name.startsWith(QLatin1Char('-')))
             throw ArgError{QStringLiteral("unexpected argument '%1'").arg(name)};
@@ -279,31 +316,45 @@ void checkBookmarkOptions(const RenderOptions& o, const std::vector<const Option
     const QString source = o.link ? QStringLiteral("--link") : QStringLiteral("--bookmark");
     if (!o.link && o.bookmarkPath.isEmpty()) return;
     for (const Option* option : used)
-        if (option->withBookmark == WithBookmark::contradicts)
+        if (option->flags & kSetByBookmark)
             throw ArgError{QStringLiteral("%1 cannot be used with %2: the bookmark sets it")
                                .arg(option->names.last(), source)};
 }
 
-}  // namespace
 
-std::variant<RenderOptions, QString> parseRenderArguments(const QStringList& args) {
+// What the options cannot say one at a time.
+void checkCombination(const RenderOptions& o, Command command) {
+    if (command == kRender) {
+        if (o.output.isEmpty()) throw ArgError{QStringLiteral("missing -o OUT.png")};
+        if (o.supersample > 1 && !o.dataPath.isEmpty())
+            throw ArgError{QStringLiteral("--data: a supersampled poster has no per-pixel data; "
+                                          "leave out --data or --supersample")};
+        return;
+    }
+    if (o.output.isEmpty()) throw ArgError{QStringLiteral("missing -o OUT.mov")};
+    if (o.width < 2 || o.height < 2)
+        throw ArgError{QStringLiteral("--size: a movie needs at least 2x2 pixels, got %1x%2").arg(o.width).arg(o.height)};
+}
+
+std::variant<RenderOptions, QString> parseArguments(const QStringList& args, Command command) {
     RenderOptions o;
     try {
         std::vector<const Option*> used;
-        for (qsizetype i = 0; i < args.size(); ++i) i = applyArgument(o, args, i, used);
-        checkBookmarkOptions(o, used);
+        for (qsizetype i = 0; i < args.size(); ++i) i = applyArgument(o, args, i, command, used);
+        if (!o.help) {
+            checkBookmarkOptions(o, used);
+            checkCombination(o, command);
+        }
     } catch (const ArgError& e) {
         return e.message;
     }
-    if (!o.help && o.output.isEmpty()) return QStringLiteral("missing -o OUT.png");
     return o;
 }
 
-QString renderUsage() {
-    QString text = QStringLiteral(
-        "Usage: glimmerscape render [options] -o OUT.png\n"
-        "Renders a picture of the Mandelbrot set (or a Julia set) without a display.\n\n");
+QString usage(const QString& head, Command command) {
+    QString text = head;
     for (const Option& option : options()) {
+        if (!(option.flags & command)) continue;
         QString left = QStringLiteral("  ") + option.names.join(QStringLiteral(", "));
         if (!option.value.isEmpty()) left += QLatin1Char(' ') + option.value;
         text += left.leftJustified(34) + QLatin1Char(' ') + option.help + QLatin1Char('\n');
@@ -317,14 +368,40 @@ QString renderUsage() {
     return text;
 }
 
+}  // namespace
+
+std::variant<RenderOptions, QString> parseRenderArguments(const QStringList& args) {
+    return parseArguments(args, kRender);
+}
+
+std::variant<RenderOptions, QString> parseMovieArguments(const QStringList& args) {
+    return parseArguments(args, kMovie);
+}
+
+QString renderUsage() {
+    return usage(QStringLiteral("Usage: glimmerscape render [options] -o OUT.png\n"
+                                "Renders a picture of the Mandelbrot set (or a Julia set) without a display.\n\n"),
+                 kRender);
+}
+
+QString movieUsage() {
+    return usage(QStringLiteral("Usage: glimmerscape movie [options] --speed S -o OUT.mov\n"
+                                "Records one palette cycle of a picture as a seamless H.264 loop at 30 frames a\n"
+                                "second, without a display: the picture is rendered once (as render would make\n"
+                                "it, cropped to even sides), then only its colours move. The frame count is\n"
+                                "round(30 / S), at least 2.\n\n"),
+                 kMovie);
+}
+
 QString programUsage() {
     return QStringLiteral(
-        "Usage: glimmerscape [Qt options]               opens the explorer window\n"
-        "       glimmerscape glimmerscape://bookmark?…   opens a share link in the window\n"
-        "       glimmerscape render [options] -o OUT    makes a picture without a display\n"
-        "       glimmerscape link FILE.json             prints the share link of a bookmark file\n"
-        "       glimmerscape --version                  prints the version\n\n"
-        "glimmerscape render --help lists the render options.\n");
+        "Usage: glimmerscape [Qt options]                 opens the explorer window\n"
+        "       glimmerscape glimmerscape://bookmark?…    opens a share link in the window\n"
+        "       glimmerscape render [options] -o OUT      makes a picture without a display\n"
+        "       glimmerscape movie [options] -o OUT.mov   records a palette-cycle loop without one\n"
+        "       glimmerscape link FILE.json               prints the share link of a bookmark file\n"
+        "       glimmerscape --version                    prints the version\n\n"
+        "glimmerscape render --help and glimmerscape movie --help list their options.\n");
 }
 
 bool wantsCommandLine(const QStringList& args) {

@@ -13,7 +13,7 @@ void ProgressBar::update(double fraction, double seconds) {
     if (percent == lastPercent_) return;
     lastPercent_ = percent;
     const int filled = static_cast<int>(std::floor(done * kWidth));
-    out_ << "\rRendering [" << QString(filled, QLatin1Char('#'))
+    out_ << '\r' << label_ << " [" << QString(filled, QLatin1Char('#'))
          << QString(kWidth - filled, QLatin1Char('.')) << "] "
          << QString::number(percent).rightJustified(3) << '%';
     out_.flush();
@@ -22,7 +22,7 @@ void ProgressBar::update(double fraction, double seconds) {
 
 void ProgressBar::finish() {
     if (!shown_) return;
-    out_ << '\r' << QString(kWidth + 17, QLatin1Char(' ')) << '\r';
+    out_ << '\r' << QString(label_.size() + kWidth + 8, QLatin1Char(' ')) << '\r';
     out_.flush();
     shown_ = false;
 }

@@ -140,10 +140,11 @@ std::uint8_t linearToSrgb(double linear) {
     return static_cast<std::uint8_t>(std::upper_bound(mid.begin(), mid.end(), linear) - mid.begin());
 }
 
-std::uint64_t renderSupersampled(const RenderRequest& r, int samplesPerSide, Frame& frame) {
+std::uint64_t renderSupersampled(const RenderRequest& r, int samplesPerSide, Frame& frame,
+                                 std::atomic<int>* rowsDone) {
     const int n = samplesPerSide;
     if (n < 1 || n > kMaxSamplesPerSide) fatal("samples per side out of range");
-    if (n == 1) return renderFrame(r, frame);
+    if (n == 1) return renderFrame(r, frame, rowsDone);
     frame.resize(r.width, r.height);
     frame.keptInputs.invalidate();
     std::fill(frame.data.begin(), frame.data.end(), PixelExtendedData{});
@@ -165,6 +166,7 @@ std::uint64_t renderSupersampled(const RenderRequest& r, int samplesPerSide, Fra
             const std::size_t at = static_cast<std::size_t>(row) * w;
             writeAverages(r, n, s, frame.pixels.data() + at * 4,
                           r.relief ? frame.elevation.data() + at : nullptr);
+            if (rowsDone) rowsDone->fetch_add(1, std::memory_order_relaxed);
         }
         total.fetch_add(iterations, std::memory_order_relaxed);
     });

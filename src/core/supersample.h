@@ -3,6 +3,7 @@
 // smooth instead of stair-stepped.
 #pragma once
 
+#include <atomic>
 #include <cstdint>
 
 #include "frame.h"
@@ -42,7 +43,9 @@ std::uint8_t linearToSrgb(double linear);
 // unlit colours are lit as a plain render's are. The frame keeps the unlit colours and the
 // averaged elevation, so relight() works on a poster as on a plain picture. A poster has no
 // single escape record per pixel: its per-pixel data is left zero (recolouring it is
-// meaningless). Returns the iterations made.
-std::uint64_t renderSupersampled(const RenderRequest& r, int samplesPerSide, Frame& frame);
+// meaningless). Returns the iterations made. rowsDone, when given, counts the rows as they
+// finish (another thread may watch it).
+std::uint64_t renderSupersampled(const RenderRequest& r, int samplesPerSide, Frame& frame,
+                                 std::atomic<int>* rowsDone = nullptr);
 
 }  // namespace gs

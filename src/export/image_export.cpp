@@ -2,6 +2,8 @@
 
 #include <QImageWriter>
 #include <QSaveFile>
+#include <algorithm>
+#include <cstring>
 
 #include "export/temporary_location.h"
 
@@ -29,6 +31,18 @@ std::optional<QString> exportPicture(const QImage& picture, const QDateTime& now
     }
     if (!file.commit()) return std::nullopt;
     return path;
+}
+
+void keepPictureCopy(QImage& kept, const QImage& shown) {
+    if (shown.isNull()) {
+        kept = QImage();
+        return;
+    }
+    if (kept.size() != shown.size() || kept.format() != shown.format() || !kept.isDetached())
+        kept = QImage(shown.size(), shown.format());
+    if (kept.isNull()) return;  // no memory for it: the export will find nothing
+    const auto rowBytes = static_cast<std::size_t>(std::min(kept.bytesPerLine(), shown.bytesPerLine()));
+    for (int y = 0; y < shown.height(); ++y) std::memcpy(kept.scanLine(y), shown.constScanLine(y), rowBytes);
 }
 
 }  // namespace gs

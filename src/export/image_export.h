@@ -24,4 +24,9 @@ QString imageExportPath(const QDateTime& now);
 std::optional<QString> exportPicture(const QImage& picture,
                                      const QDateTime& now = QDateTime::currentDateTimeUtc());
 
+// Makes `kept` a copy of `shown`, a picture over a live buffer that will change, for an export
+// later. Reuses kept's memory when the size and format are unchanged and nobody shares it, so
+// keeping every picture of an animation costs one copy each and no allocation.
+void keepPictureCopy(QImage& kept, const QImage& shown);
+
 }  // namespace gs

@@ -4,12 +4,14 @@ extern "C" {
 #include <libavcodec/avcodec.h>
 #include <libavformat/avformat.h>
 #include <libavutil/opt.h>
-#include <libswscale/swscale.h>
+#include <libavutil/frame.h>
 }
 
 #include <QSaveFile>
 #include <cstdio>
 #include <new>
+
+#include "export/yuv_simd.h"
 
 namespace gs {
 namespace {
@@ -216,28 +218,15 @@ const std::uint8_t* YuvFrame::plane(int i) const { return frame_->data[i]; }
 int YuvFrame::stride(int i) const { return frame_->linesize[i]; }
 bool YuvFrame::makeWritable() { return av_frame_make_writable(frame_) >= 0; }
 
-YuvConverter::~YuvConverter() { sws_freeContext(context_); }
-
-void YuvConverter::convert(const std::uint8_t* bgra, std::ptrdiff_t stride, int row, int count, YuvFrame& out) {
-    if (!context_ || width_ != out.width() || rows_ != count) {
-        sws_freeContext(context_);
-        width_ = out.width();
-        rows_ = count;
-        // Area averaging of colour read at full width, rounded exactly: a 2 x 2 box that never
-        // reaches past its own rows, hence the same bytes band by band as whole.
-        context_ = sws_getContext(width_, rows_, AV_PIX_FMT_BGRA, width_, rows_, AV_PIX_FMT_YUV420P,
-                                  SWS_AREA | SWS_FULL_CHR_H_INP | SWS_ACCURATE_RND, nullptr, nullptr, nullptr);
-        if (!context_) throw std::bad_alloc();
-        const int* bt709 = sws_getCoefficients(SWS_CS_ITU709);
-        sws_setColorspaceDetails(context_, bt709, 1, bt709, 0, 0, 1 << 16, 1 << 16);
+void YuvConverter::convert(const std::uint8_t* bgra, std::ptrdiff_t stride, int row, int count, YuvFrame& out) const {
+    for (int k = 0; k + 1 < count; k += 2) {
+        const std::uint8_t* top = bgra + k * stride;
+        const int y = row + k;
+        yuv::bgraRowPairToYuv420(top, top + stride, out.width(), out.plane(0) + std::ptrdiff_t(y) * out.stride(0),
+                                 out.plane(0) + std::ptrdiff_t(y + 1) * out.stride(0),
+                                 out.plane(1) + std::ptrdiff_t(y / 2) * out.stride(1),
+                                 out.plane(2) + std::ptrdiff_t(y / 2) * out.stride(2));
     }
-    const std::uint8_t* from[1] = {bgra};
-    const int fromStride[1] = {static_cast<int>(stride)};
-    std::uint8_t* to[3] = {out.plane(0) + static_cast<std::ptrdiff_t>(row) * out.stride(0),
-                           out.plane(1) + static_cast<std::ptrdiff_t>(row / 2) * out.stride(1),
-                           out.plane(2) + static_cast<std::ptrdiff_t>(row / 2) * out.stride(2)};
-    const int toStride[3] = {out.stride(0), out.stride(1), out.stride(2)};
-    sws_scale(context_, from, fromStride, 0, count, to, toStride);
 }
 
 }  // namespace gs

@@ -1,6 +1,6 @@
-// H.264 movies in a QuickTime (.mov) file through FFmpeg: libswscale turns BGRA pictures into
-// yuv420p (BT.709 matrix, limited range, tagged as such), libavcodec's libx264 encodes them and
-// libavformat writes the file.
+// H.264 movies in a QuickTime (.mov) file through FFmpeg: BGRA pictures are turned into
+// yuv420p (BT.709 matrix, limited range, tagged as such; see yuv_simd.h), libavcodec's libx264
+// encodes them and libavformat writes the file.
 #pragma once
 
 #include <QString>
@@ -9,7 +9,6 @@
 #include <memory>
 
 struct AVFrame;
-struct SwsContext;
 
 namespace gs {
 
@@ -52,23 +51,15 @@ private:
     AVFrame* frame_ = nullptr;
 };
 
-// BGRA rows into yuv420p rows. Colour is averaged over each 2 x 2 block of pixels (a box
-// filter) and rounded exactly, so converting a picture band by band gives the same bytes as
-// converting it whole, whatever the bands. Not thread-safe: one converter per thread.
+// BGRA rows into yuv420p rows: the luma of each pixel, the chroma of each 2 x 2 block's mean
+// colour (a box filter), rounded to the nearest code; converting a picture band by band gives
+// the same bytes as converting it whole, whatever the (even) bands. Several threads may use one
+// converter at once.
 class YuvConverter {
 public:
-    YuvConverter() = default;
-    ~YuvConverter();
-    YuvConverter(const YuvConverter&) = delete;
-    YuvConverter& operator=(const YuvConverter&) = delete;
-
     // Converts rows [row, row + count) of out's picture (row and count even) from bgra, whose
     // first byte is that of pixel (0, row) and whose rows are stride bytes apart.
-    void convert(const std::uint8_t* bgra, std::ptrdiff_t stride, int row, int count, YuvFrame& out);
-
-private:
-    SwsContext* context_ = nullptr;
-    int width_ = 0, rows_ = 0;
+    void convert(const std::uint8_t* bgra, std::ptrdiff_t stride, int row, int count, YuvFrame& out) const;
 };
 
 // One movie, from one thread at a time.

@@ -3,6 +3,8 @@
 #include <oneapi/tbb/blocked_range.h>
 #include <oneapi/tbb/parallel_for.h>
 
+#include <QContextMenuEvent>
+#include <QKeyEvent>
 #include <QPaintEvent>
 #include <QPainter>
 #include <QResizeEvent>
@@ -53,6 +55,7 @@ bool computeCounts(const RenderRequest& r, const RenderTicket& ticket, std::vect
 JuliaView::JuliaView(QWidget* parent) : QWidget(parent) {
     setAttribute(Qt::WA_OpaquePaintEvent);
     setAccessibleName(tr("Julia set of the centre"));
+    setFocusPolicy(Qt::TabFocus);
     pool_.setMaxThreadCount(4);
 }
 
@@ -79,6 +82,7 @@ bool JuliaView::resizeBuffers(int width, int height) {
     height_ = height;
     pixels_.assign(bytes, 0);
     nu_.assign(count, 0.0f);
+    hasPicture_ = false;
     return true;
 }
 
@@ -100,6 +104,8 @@ void JuliaView::requestRender(const RenderRequest& request, std::function<void()
 void JuliaView::deliver(const std::shared_ptr<Result>& result) {
     const RenderRequest& r = result->request;
     if (result->generation != generation_ || r.width != width_ || r.height != height_) return;
+    deliveredGeneration_ = result->generation;
+    hasPicture_ = true;
     nu_ = std::move(result->nu);
     colourAll(r);
     showPicture();
@@ -138,6 +144,24 @@ void JuliaView::paintEvent(QPaintEvent* event) {
     if (image.isNull()) return;
     painter.setRenderHint(QPainter::SmoothPixmapTransform, false);
     painter.drawImage(QRectF(rect()), image, QRectF(image.rect()));
+}
+
+void JuliaView::contextMenuEvent(QContextMenuEvent* event) {
+    if (!onContextMenuRequested) return;
+    onContextMenuRequested(event->reason() == QContextMenuEvent::Mouse ? event->globalPos()
+                                                                       : mapToGlobal(rect().center()));
+    event->accept();
+}
+
+void JuliaView::keyPressEvent(QKeyEvent* event) {
+    const Qt::KeyboardModifiers mods = event->modifiers() & ~Qt::KeypadModifier;
+    if (onContextMenuRequested &&
+        (event->key() == Qt::Key_Menu || (event->key() == Qt::Key_F10 && mods == Qt::ShiftModifier))) {
+        onContextMenuRequested(mapToGlobal(rect().center()));
+        event->accept();
+        return;
+    }
+    QWidget::keyPressEvent(event);
 }
 
 void JuliaView::resizeEvent(QResizeEvent* event) {

@@ -43,14 +43,24 @@ public:
 
     // An image over the live buffer (valid until a resize), or null without buffers.
     QImage makeImage() const;
+    // The smooth count of every pixel of the picture on screen (width x height, rows from the
+    // top), or null until a computed picture has arrived at the current size.
+    const float* counts() const { return hasPicture_ ? nu_.data() : nullptr; }
+    // A requested picture has not arrived yet.
+    bool isComputing() const { return deliveredGeneration_ != generation_; }
 
     ShadingTuning tuning;  // only `curve` is used here
     std::function<void(const QImage&)> onImageUpdated;
     std::function<void()> onLayoutSubviewsChanged;
+    std::function<void(const QPoint& globalPos)> onContextMenuRequested;
 
 protected:
     void paintEvent(QPaintEvent* event) override;
     void resizeEvent(QResizeEvent* event) override;
+    // The context menu: a right click, or the Menu key or Shift+F10 while the view has the
+    // keyboard focus (reached with Tab; a click leaves the keyboard with the main picture).
+    void contextMenuEvent(QContextMenuEvent* event) override;
+    void keyPressEvent(QKeyEvent* event) override;
 
 private:
     struct Result;
@@ -63,6 +73,8 @@ private:
     std::vector<float> nu_;
     std::int64_t generation_ = 0;
     RenderGenerations generations_;  // lets a superseded computation's workers stop
+    std::int64_t deliveredGeneration_ = 0;
+    bool hasPicture_ = false;
 
     QThreadPool pool_;
     std::shared_ptr<std::atomic<bool>> stopping_ = std::make_shared<std::atomic<bool>>(false);

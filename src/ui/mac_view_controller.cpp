@@ -5,11 +5,14 @@
 #include <QMessageBox>
 #include <QPushButton>
 
+#include "export/image_export.h"
 #include "library/preferences.h"
 #include "sound/sound_analyzer.h"
+#include "ui/background_recording.h"
 #include "ui/hud_stat_view.h"
 #include "ui/julia_view.h"
 #include "ui/mandelbrot_view.h"
+#include "ui/recording_progress.h"
 
 namespace gs {
 
@@ -74,7 +77,10 @@ void MacViewController::connectViewCallbacks() {
     view->onFrequencyShiftChanged = [this](double dx, double dy) { frequencyShiftChanged(dx, dy); };
     view->onLayoutSubviewsChanged = [this] { viewDidLayout(); };
     view->onContextMenuRequested = [this](const QPoint& at) { showContextMenu(at); };
+    view->onImageUpdated = [this](const QImage& image) { keepPictureCopy(lastCGImage_, image); };
     juliaView_->onLayoutSubviewsChanged = [this] { juliaDidLayout(); };
+    juliaView_->onContextMenuRequested = [this](const QPoint& at) { showJuliaContextMenu(at); };
+    juliaView_->onImageUpdated = [this](const QImage& image) { keepPictureCopy(lastJuliaCGImage_, image); };
 }
 
 // Zooms, history steps and new palettes asked for on the picture, or by their keys, buttons
@@ -123,7 +129,12 @@ void MacViewController::juliaDidLayout() {
 
 void MacViewController::showContextMenu(const QPoint& globalPos) {
     auto* menu = new QMenu(this);
+    menu->setObjectName(QStringLiteral("pictureContextMenu"));
     menu->setAttribute(Qt::WA_DeleteOnClose);
+    menu->addAction(tr("Record Palette Animation…"), this, &MacViewController::recordPaletteAnimationAction)
+        ->setEnabled(canRecord());
+    menu->addAction(tr("Save Image…"), this, &MacViewController::saveImage)->setEnabled(!lastCGImage_.isNull());
+    menu->addSeparator();
     menu->addAction(tr("Reset View"), this, &MacViewController::resetViewAction);
     menu->addAction(tr("Reset All"), this, &MacViewController::resetAllAction);
     menu->addSeparator();
@@ -133,6 +144,7 @@ void MacViewController::showContextMenu(const QPoint& globalPos) {
 
 // Both alerts are window-modal and do not block: rows keep arriving while they are shown.
 void MacViewController::installDefaultPresenters() {
+    installExportPresenters();
     presentAlert = [this](const QString& message) {
         auto* box = new QMessageBox(QMessageBox::NoIcon, QString(), message, QMessageBox::NoButton, this);
         box->addButton(tr("OK"), QMessageBox::AcceptRole);

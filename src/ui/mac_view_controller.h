@@ -13,8 +13,11 @@
 
 #include <QByteArray>
 #include <QList>
+#include <QDateTime>
+#include <QImage>
 #include <QPointer>
 #include <QSize>
+#include <QStandardPaths>
 #include <QThreadPool>
 #include <QWidget>
 #include <atomic>
@@ -36,6 +39,7 @@
 #include "explore/zoom_history.h"
 #include "library/bookmark.h"
 #include "library/palette_library.h"
+#include "export/movie_encoder.h"
 #include "sound/audio_input.h"
 #include "sound/sound_input_menu.h"
 #include "sound/sound_mapping.h"
@@ -54,6 +58,7 @@ namespace gs {
 
 class AdvancedModeTag;
 class BookmarksBrowser;
+class BackgroundRecording;
 class BracketActionControl;
 class BracketToggleControl;
 class BrowserPanel;
@@ -63,6 +68,7 @@ class MandelbrotView;
 class NoticeOverlay;
 class PictureFrame;
 class PreferencesStore;
+class RecordingProgress;
 class Sidebar;
 class AudioCapture;
 class SoundAnalyzer;
@@ -70,6 +76,8 @@ class TuningPanelView;
 class SoundInputButton;
 class SoundLevelMeter;
 class ZoomHistoryControl;
+struct PaletteAnimationSnapshot;
+struct RecordingResult;
 
 class MacViewController : public QWidget {
     Q_OBJECT
@@ -206,6 +214,41 @@ public:
     // imported something, the lists of what it imported are reloaded.
     void showOnlinePaletteLibrary();
     void showOnlineBookmarkLibrary();
+    // --- Export (mac_view_controller_export.cpp) ---
+    // Writes the last picture put on screen (the main one or the Julia companion's) as a PNG
+    // in the temporary directory and offers it in the save dialog. Nothing happens before the
+    // first picture or when the file cannot be written.
+    void saveImage();
+    void saveJuliaImage();
+    // Records one palette cycle of the picture as a movie on a worker, showing its progress,
+    // then offers it in the save dialog (or says that it failed). Ignored during a render,
+    // during another recording, and while the picture has no data.
+    void recordPaletteAnimationAction();
+    void recordJuliaPaletteAnimation();
+    // Stops a running recording: its progress goes away, nothing is offered, no file is left.
+    void cancelRecording();
+    bool isRecordingPaletteAnimation() const { return isRecordingPaletteAnimation_; }
+    // Copies of the last pictures put on screen, kept for export (null before the first).
+    const QImage& lastCGImage() const { return lastCGImage_; }
+    const QImage& lastJuliaCGImage() const { return lastJuliaCGImage_; }
+    // The clock that names exported pictures; tests fix it.
+    std::function<QDateTime()> exportTime;
+    // The recordings' encoder (the size and rate come from the picture); tests name a missing
+    // encoder or have a frame refused.
+    MovieSettings recordingEncoder;
+    // What the save dialog offers.
+    struct SaveOffer {
+        QString title;
+        QString suggestedPath;  // the folder and the file name
+        QString nameFilter;     // such as "PNG image (*.png)"
+        QString suffix;         // added to a name typed without one
+    };
+    // How the export's dialogs are shown; tests replace them so that nothing waits. The save
+    // dialog calls onChosen with the path the user confirmed (it asks itself before replacing
+    // a file); cancelled, it calls nothing. The progress display calls onCancel when the user
+    // cancels.
+    std::function<void(const SaveOffer& offer, std::function<void(const QString& chosen)> onChosen)> presentSaveDialog;
+    std::function<std::unique_ptr<RecordingProgress>(std::function<void()> onCancel)> presentRecordingProgress;
 
     // --- Escape ---
     // Escape closes the topmost open panel or overlay, or leaves full screen. Each closing is a
@@ -342,8 +385,22 @@ private:
     void installDefaultPresenters();
     void returnKeyboardAfter(QDialog* dialog);
 
+    // Export (mac_view_controller_export.cpp).
+    void installExportPresenters();
+    void showJuliaContextMenu(const QPoint& globalPos);
+    bool canRecord() const;  // the main picture, now
+    bool canRecordJulia() const;
+    void offerPicture(const QImage& picture, const QString& title);
+    void offerMovie(const QString& path);
+    void offerFile(const QString& path, QStandardPaths::StandardLocation folder, const QString& name,
+                   SaveOffer offer);
+    void saveExportAs(const QString& from, const QString& to);
+    void startRecording(PaletteAnimationSnapshot snapshot);
+    void recordingFinished(const RecordingResult& result);
+
     // Render pipeline (mac_view_controller_render.cpp).
     ColourInputs colourInputs(const ShadingTuning& tuning) const;
+    RenderRequest mandelbrotColours() const;  // the main picture's colouring as it is now
     void startRenderWork(const std::shared_ptr<const RenderRequest>& request);
     void deliverRow(std::int64_t generation, const FinishedRow& row);
     void finishRender();
@@ -502,6 +559,12 @@ private:
     QLabel* bookmarkStatus_ = nullptr;  // the sidebar's two lines: the name, then the zoom
     QLabel* bookmarkZoom_ = nullptr;
     BracketActionControl* bookmarksControl_ = nullptr;
+    // --- Export ---
+    QImage lastCGImage_, lastJuliaCGImage_;
+    bool isRecordingPaletteAnimation_ = false;
+    bool recordingCancelled_ = false;
+    std::unique_ptr<RecordingProgress> recordingProgress_;
+    std::unique_ptr<BackgroundRecording> recording_;
 
     // --- Render state ---
     std::int64_t renderGeneration_ = 0;
@@ -538,6 +601,8 @@ private:
     BracketActionControl* palettesControl_ = nullptr;
     BracketActionControl* resetViewControl_ = nullptr;
     BracketActionControl* resetAllControl_ = nullptr;
+    BracketActionControl* saveImageControl_ = nullptr;
+    BracketActionControl* recordAnimationControl_ = nullptr;
     BracketActionControl* helpControl_ = nullptr;
     ZoomHistoryControl* zoomBackControl_ = nullptr;
     ZoomHistoryControl* zoomForwardControl_ = nullptr;

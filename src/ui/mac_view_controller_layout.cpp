@@ -1,6 +1,6 @@
 // The window: the picture first (in advanced mode over the tuning panel) with a sidebar beside
 // it (the Julia view and the controls), under both a bar with the history controls, the status
-// display and help; keyboard commands.
+// display, the export controls and help; keyboard commands.
 #include <algorithm>
 #include <initializer_list>
 
@@ -21,6 +21,7 @@
 #include "ui/sidebar.h"
 #include "ui/tuning_panel_view.h"
 #include "ui/window_style.h"
+#include "ui/wrapping_bar_layout.h"
 
 namespace gs {
 
@@ -119,14 +120,17 @@ Sidebar* MacViewController::buildSidebar() {
 
     auto add = [&](QWidget* control) { column->addWidget(control, 0, Qt::AlignLeft); };
     column->addLayout(titleWith(sectionTitle(tr("Palette"), sidebar), modeTag_ = new AdvancedModeTag(sidebar)));
-    add(smoothToggle_ = new BracketToggleControl(tr("Smooth"), sidebar));
-    add(randomToggle_ = new BracketToggleControl(tr("Random"), sidebar));
+    // Pairs side by side where they fit: the column is short on small screens.
+    smoothToggle_ = new BracketToggleControl(tr("Smooth"), sidebar);
+    randomToggle_ = new BracketToggleControl(tr("Random"), sidebar);
+    add(sideBySide({smoothToggle_, randomToggle_}, sidebar));
     newPaletteControl_ = new BracketActionControl(tr("New Palette"), sidebar);
     palettesControl_ = new BracketActionControl(tr("Palettes…"), sidebar);
-    add(sideBySide({newPaletteControl_, palettesControl_}, sidebar));  // the column is short
+    add(sideBySide({newPaletteControl_, palettesControl_}, sidebar));
     column->addWidget(sectionTitle(tr("Motion"), sidebar));
-    add(animateToggle_ = new BracketToggleControl(tr("Animate"), sidebar));
-    add(autoToggle_ = new BracketToggleControl(tr("Auto"), sidebar));
+    animateToggle_ = new BracketToggleControl(tr("Animate"), sidebar);
+    autoToggle_ = new BracketToggleControl(tr("Auto"), sidebar);
+    add(sideBySide({animateToggle_, autoToggle_}, sidebar));
     add(buildSoundRow(sidebar));
     column->addWidget(sectionTitle(tr("Shading"), sidebar));
     add(demToggle_ = new BracketToggleControl(tr("Distance Estimation"), sidebar));
@@ -146,12 +150,14 @@ Sidebar* MacViewController::buildSidebar() {
     return sidebar;
 }
 
+// The history controls and the status display lead; the export controls and Help trail, on
+// a second line when the window is too narrow for one.
 QWidget* MacViewController::buildStatusBar() {
     auto* bar = new QWidget(this);
     bar->setObjectName(QStringLiteral("statusBar"));
     fill(bar, style::kWindow);
-    auto* row = new QHBoxLayout(bar);
-    row->setContentsMargins(12, 8, 20, 10);
+    auto* row = new QHBoxLayout;
+    row->setContentsMargins(0, 0, 0, 0);
     row->setSpacing(4);
     zoomBackControl_ = new ZoomHistoryControl(tr("Zoom backward"), ZoomHistoryControl::Direction::backward, bar);
     zoomForwardControl_ = new ZoomHistoryControl(tr("Zoom forward"), ZoomHistoryControl::Direction::forward, bar);
@@ -172,10 +178,22 @@ QWidget* MacViewController::buildStatusBar() {
         row->addSpacing(16);
         row->addWidget(stat);
     }
-    row->addSpacing(40);
+    auto* actions = new QHBoxLayout;
+    actions->setContentsMargins(0, 0, 0, 0);
+    actions->setSpacing(4);
+    saveImageControl_ = new BracketActionControl(tr("Save Image…"), bar);
+    saveImageControl_->setToolTip(tr("Save the picture as a PNG file (Ctrl+S)"));
+    recordAnimationControl_ = new BracketActionControl(tr("Record Animation…"), bar);
+    recordAnimationControl_->setToolTip(tr("Record one palette cycle as a looping movie"));
     helpControl_ = new BracketActionControl(tr("Help"), bar);
     helpControl_->setToolTip(tr("Mouse, keyboard and touchpad (F1)"));
-    row->addWidget(helpControl_);
+    actions->addWidget(saveImageControl_);
+    actions->addWidget(recordAnimationControl_);
+    actions->addSpacing(12);
+    actions->addWidget(helpControl_);
+    auto* lines = new WrappingBarLayout(row, actions, 32, bar);
+    lines->setContentsMargins(12, 7, 20, 7);
+    lines->setSpacing(0);
     return bar;
 }
 
@@ -195,6 +213,8 @@ void MacViewController::connectControls() {
     on(soundToggle_, &MacViewController::toggleSoundAction);
     on(resetViewControl_, &MacViewController::resetViewAction);
     on(resetAllControl_, &MacViewController::resetAllAction);
+    on(saveImageControl_, &MacViewController::saveImage);
+    on(recordAnimationControl_, &MacViewController::recordPaletteAnimationAction);
     on(helpControl_, &MacViewController::showHelp);
     on(modeTag_, &MacViewController::handleModeTagTap);
     on(zoomBackControl_, &MacViewController::handleZoomHistoryBack);
@@ -212,6 +232,7 @@ QAction* MacViewController::addShortcut(const QString& title, const QKeySequence
 }
 
 void MacViewController::buildShortcuts() {
+    addShortcut(tr("Save Image…"), QKeySequence(Qt::CTRL | Qt::Key_S), &MacViewController::saveImage);
     addShortcut(tr("New Random Palette"), QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_R),
                 &MacViewController::handleColorCycle);
     addShortcut(tr("Reset View"), QKeySequence(Qt::CTRL | Qt::Key_0), &MacViewController::resetViewAction);

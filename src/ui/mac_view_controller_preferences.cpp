@@ -63,6 +63,7 @@ void MacViewController::showEvent(QShowEvent* event) {
 }
 
 void MacViewController::closeEvent(QCloseEvent* event) {
+    cancelRecording();
     if (isWindow()) rememberWindowPlace();
     QWidget::closeEvent(event);
 }

@@ -152,9 +152,7 @@ void MacViewController::recolorAll() {
     MandelbrotView* view = fractalView_;
     const int w = view->bufferWidth(), h = view->bufferHeight();
     if (w >= 1 && h >= 1) {
-        RenderRequest colours =
-            mandelbrotRequest(history_.current(), w, h, colourInputs(view->tuning), lastMaxIteration_);
-        colours.colour.pixelSize = pixelSize_;
+        const RenderRequest colours = mandelbrotColours();
         // A moving palette recolours 30 times a second: keep what does not move.
         recolorFrame(colours, view->frame(), (animateColorsEnabled_ || soundEnabled_) && keptInputsReady());
         view->presentImage();
@@ -165,6 +163,15 @@ void MacViewController::recolorAll() {
     }
     if (juliaView_->bufferWidth() >= 1 && juliaView_->bufferHeight() >= 1)
         juliaView_->recolor(juliaColours());
+}
+
+// The recolour path reads the view's copy of the tuning.
+RenderRequest MacViewController::mandelbrotColours() const {
+    const MandelbrotView* view = fractalView_;
+    RenderRequest colours = mandelbrotRequest(history_.current(), view->bufferWidth(), view->bufferHeight(),
+                                              colourInputs(view->tuning), lastMaxIteration_);
+    colours.colour.pixelSize = pixelSize_;
+    return colours;
 }
 
 // The kept inputs of a 4K picture take over 160 MB; their memory is made ready on a worker so

@@ -3,9 +3,11 @@
 #include <QDir>
 #include <QFile>
 #include <QImage>
+#include <QProcess>
 #include <QProcessEnvironment>
 #include <QTemporaryDir>
 #include <QTextStream>
+#include <cmath>
 #include <cstring>
 #include <tuple>
 
@@ -51,15 +53,17 @@ struct BadArgs {
     const char* name;
     QStringList args;
     const char* message;  // the whole error line
+    const char* command = "render";
 };
 
 class CliRejects : public CliTest, public ::testing::WithParamInterface<BadArgs> {};
 
 TEST_P(CliRejects, WithOneLineAndStatusTwo) {
-    const CliRun r = run(QStringList{QStringLiteral("render")} + GetParam().args);
+    const QString command = QLatin1String(GetParam().command);
+    const CliRun r = run(QStringList{command} + GetParam().args);
     EXPECT_EQ(r.status, 2);
-    EXPECT_EQ(r.err, QStringLiteral("glimmerscape: %1 (see glimmerscape render --help)\n")
-                         .arg(QLatin1String(GetParam().message)));
+    EXPECT_EQ(r.err, QStringLiteral("glimmerscape: %1 (see glimmerscape %2 --help)\n")
+                         .arg(QLatin1String(GetParam().message), command));
 }
 
 const QString kOut = QStringLiteral("/tmp/never-written.png");
@@ -106,7 +110,20 @@ INSTANTIATE_TEST_SUITE_P(
         BadArgs{"bookmark_and_seed", {"-o", kOut, "--seed=4", "--bookmark=b.json"},
                 "--seed cannot be used with --bookmark: the bookmark sets it"},
         BadArgs{"link_and_bookmark", {"--link", "glimmerscape://x", "--bookmark", "b.json", "-o", kOut},
-                "--link and --bookmark cannot be used together"}),
+                "--link and --bookmark cannot be used together"},
+        BadArgs{"supersample", {"--supersample", "5", "-o", kOut}, "--supersample: expected a whole number from 1 to 4, got '5'"},
+        BadArgs{"poster_data", {"--supersample", "2", "--data", "d.npy", "-o", kOut},
+                "--data: a supersampled poster has no per-pixel data; leave out --data or --supersample"},
+        BadArgs{"render_speed", {"--speed", "0.5", "-o", kOut}, "unknown option '--speed'"},
+        BadArgs{"movie_slow", {"--speed", "0.01", "-o", "m.mov"}, "--speed: expected a number from 0.02 to 1, got '0.01'", "movie"},
+        BadArgs{"movie_fast", {"--speed=1.5", "-o", "m.mov"}, "--speed: expected a number from 0.02 to 1, got '1.5'", "movie"},
+        BadArgs{"movie_output", {"-o", "m.mp4"}, "-o: movies are QuickTime files: expected a name ending in .mov, got 'm.mp4'", "movie"},
+        BadArgs{"movie_stdout", {"-o", "-"}, "-o: a movie is written to a file, not to standard output", "movie"},
+        BadArgs{"movie_missing_output", {"--glow"}, "missing -o OUT.mov", "movie"},
+        BadArgs{"movie_tiny", {"--size", "1x9", "-o", "m.mov"}, "--size: a movie needs at least 2x2 pixels, got 1x9", "movie"},
+        BadArgs{"movie_data", {"--data", "d.npy", "-o", "m.mov"}, "unknown option '--data'", "movie"},
+        BadArgs{"movie_link_and_view", {"--link", "glimmerscape://x", "--view", "-1,1,-1,1", "-o", "m.mov"},
+                "--view cannot be used with --link: the bookmark sets it", "movie"}),
     [](const auto& info) { return std::string(info.param.name); });
 
 TEST_F(CliTest, ExplainsItselfWithoutADisplay) {
@@ -119,6 +136,14 @@ TEST_F(CliTest, ExplainsItselfWithoutADisplay) {
     EXPECT_TRUE(help.out.contains(QLatin1String("\n  trapSharpness        0.15 to 2 (default 0.45)\n")));
     for (const TuningField& f : kTuningFields)  // every tuning key on a line of its own
         EXPECT_TRUE(help.out.contains(QStringLiteral("\n  %1 ").arg(QString::fromLatin1(f.key).leftJustified(20)))) << f.key;
+    // Each command lists its own options only.
+    const CliRun movie = run({QStringLiteral("movie"), QStringLiteral("--help")});
+    EXPECT_EQ(movie.status, 0);
+    for (const char* own : {"--speed S", "-o, --output OUT.mov", "--julia CRE,CIM", "--tuning FILE.json"})
+        EXPECT_TRUE(movie.out.contains(QLatin1String(own))) << own;
+    for (const char* other : {"--data", "--supersample", "OUT.png"}) EXPECT_FALSE(movie.out.contains(QLatin1String(other))) << other;
+    EXPECT_TRUE(help.out.contains(QLatin1String("--supersample N")));
+    EXPECT_FALSE(help.out.contains(QLatin1String("--speed")));
 }
 
 // The command line's choice between itself and the window, and whether a window can open.
@@ -317,6 +342,11 @@ TEST_F(CliBookmark, RendersTheFileAndItsLinkAsTheSameOptionsWould) {
     const CliRun fromLink = run({"render", "--link", printed.out.trimmed(), "--size", "60x45", "-o", path("link.png")});
     ASSERT_EQ(fromLink.status, 0) << fromLink.err.toStdString();
     EXPECT_EQ(readAll(path("link.png")), explicitRender("untuned.png", {}));
+
+    // The movie command takes the same bookmark: its frame count and size are its own.
+    const CliRun movie = run({"movie", "--bookmark", path("b.json"), "--size", "60x45", "--speed", "1", "-o", path("b.mov")});
+    ASSERT_EQ(movie.status, 0) << movie.err.toStdString();
+    EXPECT_TRUE(movie.out.contains(QStringLiteral("(30 frames at 30 fps, 1.00 s, 60x44, "))) << movie.out.toStdString();
 }
 
 TEST_F(CliBookmark, ALinkOrFileThatDoesNotReadFailsWithOneLineSayingWhy) {
@@ -347,6 +377,91 @@ TEST_F(CliBookmark, ALinkOrFileThatDoesNotReadFailsWithOneLineSayingWhy) {
     EXPECT_FALSE(QFile::exists(out));
     EXPECT_EQ(run({"link"}).status, 2);
     EXPECT_EQ(run({"link", "a.json", "b.json"}).status, 2);
+}
+
+QString runTool(const QString& program, const QStringList& arguments) {
+    QProcess process;
+    process.start(program, arguments);
+    process.waitForFinished(60000);
+    return QString::fromUtf8(process.readAllStandardOutput()).trimmed();
+}
+
+int channel(const QImage& image, int x, int y, int c) {
+    const QRgb p = image.pixel(x, y);
+    return c == 0 ? qRed(p) : c == 1 ? qGreen(p) : qBlue(p);
+}
+
+// One cycle at speed 0.5 of an odd-sized picture: round(30 / 0.5) = 60 frames of H.264 at 30
+// fps, the even part of the picture from the top-left, whose first frame is the picture the
+// render command makes with the same options.
+TEST_F(CliTest, RecordsOnePaletteCycleOfWhatRenderWouldMake) {
+    const QStringList look = {"--size", "161x121", "--dem", "--glow", "--traps", "--seed", "3"};
+    const CliRun r = run(QStringList{"movie", "--speed", "0.5", "-o", path("m.mov")} + look);
+    ASSERT_EQ(r.status, 0) << r.err.toStdString();
+    EXPECT_EQ(r.err, "glimmerscape: note: the movie is 160x120 (H.264 needs even sides; the picture's last "
+                     "column or row is left out)\n");
+    const QStringList lines = r.out.split('\n', Qt::SkipEmptyParts);
+    ASSERT_EQ(lines.size(), 3);
+    EXPECT_TRUE(lines[2].startsWith(QStringLiteral("Recorded %1 (60 frames at 30 fps, 2.00 s, 160x120, ").arg(path("m.mov"))))
+        << lines[2].toStdString();
+    EXPECT_EQ(runTool("ffprobe", {"-v", "error", "-select_streams", "v:0", "-count_frames", "-show_entries",
+                                  "stream=codec_name,width,height,r_frame_rate,nb_read_frames", "-of", "csv=p=0",
+                                  path("m.mov")}),
+              "h264,160,120,30/1,60");
+
+    runTool("ffmpeg", {"-v", "error", "-i", path("m.mov"), "-frames:v", "1", "-sws_flags",
+                       "bicubic+accurate_rnd+full_chroma_int", path("first.png")});
+    const QImage first(path("first.png"));
+    ASSERT_EQ(first.size(), QSize(160, 120));
+    // Within the yuv420p round trip of the still, and nearer to it than to the next frame's phase.
+    const auto differenceTo = [&](const char* phase) {
+        const QString still = path("still.png");
+        EXPECT_EQ(run(QStringList{"render", "--phase", phase, "-o", still} + look).status, 0);
+        const QImage image(still);
+        double sum = 0;
+        for (int y = 0; y < 120; ++y)
+            for (int x = 0; x < 160; ++x)
+                for (int c = 0; c < 3; ++c) sum += std::abs(channel(first, x, y, c) - channel(image, x, y, c));
+        return sum / (160 * 120 * 3);
+    };
+    const double own = differenceTo("0"), next = differenceTo("0.0166667");
+    EXPECT_LT(own, 4.0);
+    EXPECT_GT(next, 2 * own);
+
+    const CliRun unwritable = run({"movie", "--size", "8x6", "-o", path("missing/m.mov")});
+    EXPECT_EQ(unwritable.status, 1);
+    EXPECT_TRUE(unwritable.err.startsWith(QStringLiteral("glimmerscape: cannot record '%1': cannot create ").arg(path("missing/m.mov"))))
+        << unwritable.err.toStdString();
+    EXPECT_EQ(unwritable.err.count('\n'), 1);
+}
+
+// --supersample 1 is the plain render to the byte; 2 changes the picture only where it has
+// edges (pixels whose neighbourhood varies), and there it does.
+TEST_F(CliTest, SupersampledPostersSmoothOnlyTheEdges) {
+    const QStringList look = {"--size", "120x90", "--glow", "--dem", "--seed", "8"};
+    ASSERT_EQ(run(QStringList{"render", "-o", path("plain.png")} + look).status, 0);
+    ASSERT_EQ(run(QStringList{"render", "--supersample", "1", "-o", path("one.png")} + look).status, 0);
+    EXPECT_EQ(readAll(path("one.png")), readAll(path("plain.png")));
+    const CliRun two = run(QStringList{"render", "--supersample", "2", "-o", path("two.png")} + look);
+    ASSERT_EQ(two.status, 0);
+    EXPECT_TRUE(two.out.contains(", 4 samples a pixel)\n")) << two.out.toStdString();
+    const QImage plain(path("plain.png")), poster(path("two.png"));
+    int changed = 0;
+    for (int y = 2; y < 88; ++y)
+        for (int x = 2; x < 118; ++x) {
+            int variation = 0, difference = 0;
+            for (int c = 0; c < 3; ++c) {
+                difference = std::max(difference, std::abs(channel(poster, x, y, c) - channel(plain, x, y, c)));
+                for (int dy = -2; dy <= 2; ++dy)
+                    for (int dx = -2; dx <= 2; ++dx)
+                        variation = std::max(variation, std::abs(channel(plain, x + dx, y + dy, c) - channel(plain, x, y, c)));
+            }
+            if (difference > 10) ++changed;
+            if (variation <= 32) {
+                EXPECT_LE(difference, 1) << "a smooth pixel changed at " << x << "," << y;
+            }
+        }
+    EXPECT_GT(changed, 0);
 }
 
 }  // namespace

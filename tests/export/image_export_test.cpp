@@ -47,6 +47,22 @@ TEST_F(ImageExport, WritesThePictureAndReplacesAnExportOfTheSameSecond) {
     EXPECT_EQ(reader.read().convertToFormat(QImage::Format_RGBX8888), picture(12, 8, 2));
 }
 
+// The kept copy stays as it was when the live buffer changes, and keeping the next picture of
+// the same size reuses its memory.
+TEST(KeptPicture, IsACopyThatReusesItsMemory) {
+    QImage live = picture(9, 5, 3);
+    QImage kept;
+    keepPictureCopy(kept, QImage(live.constBits(), 9, 5, live.bytesPerLine(), live.format()));
+    const uchar* memory = kept.constBits();
+    live.fill(Qt::white);
+    EXPECT_EQ(kept, picture(9, 5, 3));
+    keepPictureCopy(kept, QImage(live.constBits(), 9, 5, live.bytesPerLine(), live.format()));
+    EXPECT_EQ(kept, live);
+    EXPECT_EQ(kept.constBits(), memory);
+    keepPictureCopy(kept, picture(4, 4, 1));
+    EXPECT_EQ(kept, picture(4, 4, 1));
+}
+
 // A $TMPDIR that does not exist: no file, and none in the working directory either.
 TEST_F(ImageExport, FailsSilentlyWithoutATemporaryDirectory) {
     const QString previous = QDir::currentPath();

@@ -1,0 +1,339 @@
+// Export from the window: pictures saved through the save dialog, palette animations recorded
+// on a worker with their progress, and every way a recording ends.
+#include <QAbstractButton>
+#include <QContextMenuEvent>
+#include <QDir>
+#include <QFile>
+#include <QMenu>
+#include <QProcess>
+#include <QStandardPaths>
+#include <cmath>
+
+#include "export/export_test_support.h"
+#include "ui/julia_view.h"
+#include "ui/recording_progress.h"
+#include "ui_test_support.h"
+
+namespace gs::test {
+namespace {
+
+const QString kCouldntRecord = QStringLiteral("Couldn't Record|The palette animation couldn't be created.");
+
+// A microphone that delivers a tone when told to.
+struct ToneMicrophone final : AudioInput {
+    BufferHandler deliver;
+    bool start(BufferHandler onBuffer, std::function<void()>, QString&) override {
+        deliver = std::move(onBuffer);
+        return true;
+    }
+    void stop() override { deliver = nullptr; }
+    void play(float amplitude) {
+        std::vector<float> tone(2048);
+        for (std::size_t i = 0; i < tone.size(); ++i) tone[i] = amplitude * float(std::sin(0.0576 * double(i)));
+        deliver(tone.data(), tone.size(), 48000.0);
+    }
+};
+
+// The explorer with its export dialogs recorded instead of shown: each save dialog's offer,
+// each progress display's frames and its cancel, each titled alert.
+struct ExportWindow : PrivateTempDir {
+    ToneMicrophone* microphone = new ToneMicrophone;
+    std::unique_ptr<Explorer> e;
+    std::vector<MacViewController::SaveOffer> offers;
+    std::function<void(const QString&)> choose;  // the last dialog's answer
+    std::vector<std::int64_t> frames;            // the progress shown, frame by frame
+    int progressShown = 0;
+    bool progressOpen = false;
+    std::function<void()> cancel;
+    QStringList alerts;  // "title|message"
+
+    struct Progress final : RecordingProgress {
+        ExportWindow* w;
+        explicit Progress(ExportWindow* window) : w(window) { w->progressOpen = true; }
+        ~Progress() override { w->progressOpen = false; }
+        void setFramesDone(std::int64_t done, std::int64_t) override { w->frames.push_back(done); }
+    };
+
+    void SetUp() override {
+        PrivateTempDir::SetUp();
+        e = std::make_unique<Explorer>(std::unique_ptr<AudioInput>(microphone));
+        install(c());
+        c().setAnimationSpeed(1.0);  // 30 frames
+    }
+    void TearDown() override {
+        e.reset();
+        PrivateTempDir::TearDown();
+    }
+    void install(MacViewController& window) {
+        window.exportTime = [] { return QDateTime::fromSecsSinceEpoch(1'700'000'000, Qt::UTC); };
+        window.presentSaveDialog = [this](const MacViewController::SaveOffer& offer, std::function<void(const QString&)> onChosen) {
+            offers.push_back(offer);
+            choose = std::move(onChosen);
+        };
+        window.presentRecordingProgress = [this](std::function<void()> onCancel) {
+            ++progressShown;
+            cancel = std::move(onCancel);
+            return std::make_unique<Progress>(this);
+        };
+        window.presentTitledAlert = [this](const AlertText& alert) { alerts << alert.title + "|" + alert.message; };
+    }
+    MacViewController& c() { return e->c(); }
+    bool recordingEnded() { return waitFor([&] { return !c().isRecordingPaletteAnimation(); }, 120000); }
+    QString home(const char* folder) { return QDir::home().filePath(QLatin1String(folder)); }
+};
+
+QImage readImage(const QString& path) { return QImage(path).convertToFormat(QImage::Format_RGBX8888); }
+
+// The movie's frames decoded to RGB by FFmpeg.
+std::vector<QImage> decodeMovie(const QString& path, QSize size) {
+    QProcess ffmpeg;
+    ffmpeg.start("ffmpeg", {"-v", "error", "-i", path, "-sws_flags", "bicubic+accurate_rnd+full_chroma_int",
+                            "-f", "rawvideo", "-pix_fmt", "rgb24", "-"});
+    ffmpeg.waitForFinished(60000);
+    const QByteArray raw = ffmpeg.readAllStandardOutput();
+    const qsizetype bytes = qsizetype(size.width()) * size.height() * 3;
+    std::vector<QImage> frames;
+    for (qsizetype at = 0; at + bytes <= raw.size(); at += bytes)
+        frames.push_back(QImage(reinterpret_cast<const uchar*>(raw.constData() + at), size.width(), size.height(),
+                                size.width() * 3, QImage::Format_RGB888).convertToFormat(QImage::Format_RGBX8888));
+    return frames;
+}
+
+// Mean absolute difference per channel over the movie frame's area.
+double meanDifference(const QImage& frame, const QImage& picture) {
+    double sum = 0;
+    for (int y = 0; y < frame.height(); ++y)
+        for (int x = 0; x < frame.width(); ++x) {
+            const QColor a = frame.pixelColor(x, y), b = picture.pixelColor(x, y);
+            sum += std::abs(a.red() - b.red()) + std::abs(a.green() - b.green()) + std::abs(a.blue() - b.blue());
+        }
+    return sum / (3.0 * frame.width() * frame.height());
+}
+
+TEST_F(ExportWindow, NothingIsExportedBeforeTheFirstPicture) {
+    MacViewController fresh;  // never shown: no layout, no picture
+    install(fresh);
+    fresh.saveImage();
+    fresh.saveJuliaImage();
+    fresh.recordPaletteAnimationAction();
+    fresh.recordJuliaPaletteAnimation();
+    EXPECT_TRUE(offers.empty());
+    EXPECT_EQ(progressShown, 0);
+    EXPECT_EQ(tempFiles(), QStringList{});
+}
+
+// The file holds exactly the picture on screen; a second export within the same second (here
+// the Julia picture) takes the same name and replaces it. The dialog's answer gets a copy.
+TEST_F(ExportWindow, SavesThePictureOnScreenAndTheUsersChoiceGetsACopy) {
+    const QImage shown = e->view().makeImage().convertToFormat(QImage::Format_RGBX8888);
+    c().saveImage();
+    ASSERT_EQ(offers.size(), 1u);
+    EXPECT_EQ(offers[0].suggestedPath, home("Pictures/Glimmerscape-1700000000.png"));
+    EXPECT_TRUE(QDir(home("Pictures")).exists());
+    EXPECT_EQ(tempFiles(), QStringList{"Glimmerscape-1700000000.png"});
+    const QString exported = QDir(tempPath()).filePath("Glimmerscape-1700000000.png");
+    EXPECT_EQ(readImage(exported), shown);
+
+    const QString chosen = home("Pictures/mine.png");
+    choose(chosen);
+    EXPECT_EQ(readImage(chosen), shown);
+
+    c().saveJuliaImage();
+    ASSERT_EQ(offers.size(), 2u);
+    EXPECT_EQ(offers[1].suggestedPath, offers[0].suggestedPath);
+    EXPECT_EQ(tempFiles(), QStringList{"Glimmerscape-1700000000.png"});
+    const QImage julia = c().juliaView()->makeImage().convertToFormat(QImage::Format_RGBX8888);
+    EXPECT_EQ(readImage(exported), julia);
+    choose(chosen);  // the dialog asked before replacing
+    EXPECT_EQ(readImage(chosen), julia);
+
+    EXPECT_TRUE(alerts.isEmpty());
+    choose(home("no such folder/mine.png"));
+    ASSERT_EQ(alerts.size(), 1);
+    EXPECT_TRUE(alerts[0].startsWith("Couldn't Save|“mine.png” couldn't be written: ")) << alerts[0].toStdString();
+}
+
+void clickControl(MacViewController& c, const QString& label) {
+    for (auto* button : c.findChildren<QAbstractButton*>())
+        if (button->text() == label && button->isVisible()) return button->click();
+    ADD_FAILURE() << "no control " << label.toStdString();
+}
+
+// Opens the menu as the user would and runs its entry `entry`; the menu's entries must be
+// `expected`, in that order.
+void runMenuEntry(MacViewController& c, const char* menuName, const std::function<void()>& open,
+                  const QStringList& expected, const QString& entry) {
+    open();
+    auto* menu = c.findChild<QMenu*>(QLatin1String(menuName));
+    ASSERT_TRUE(menu) << menuName;
+    QStringList titles;
+    for (QAction* action : menu->actions())
+        if (!action->isSeparator()) titles << action->text();
+    EXPECT_EQ(titles, expected);
+    for (QAction* action : menu->actions())
+        if (action->text() == entry) action->trigger();
+    menu->close();
+    delete menu;
+}
+
+TEST_F(ExportWindow, TheControlsTheKeyAndTheMenusReachTheirCommands) {
+    const QStringList pictureMenu = {"Record Palette Animation…", "Save Image…", "Reset View", "Reset All", "Copy Link"};
+    const QStringList juliaMenu = {"Record Palette Animation…", "Save Image…"};
+    JuliaView* julia = c().juliaView();
+    const auto rightClickJulia = [&] {
+        QContextMenuEvent event(QContextMenuEvent::Mouse, QPoint(5, 5), julia->mapToGlobal(QPoint(5, 5)));
+        QCoreApplication::sendEvent(julia, &event);
+    };
+    const auto menuKeyOnJulia = [&] { QTest::keyClick(julia, Qt::Key_Menu); };
+    const auto rightClickPicture = [&] { e->view().onContextMenuRequested(QPoint(10, 10)); };
+    const struct {
+        const char* how;
+        std::function<void()> act;
+        const char* offerTitle;  // a picture offered under this title, or a recording started
+    } cases[] = {
+        {"Save Image… control", [&] { clickControl(c(), "Save Image…"); }, "Save Image"},
+        {"Ctrl+S", [&] { QTest::keyClick(&e->view(), Qt::Key_S, Qt::ControlModifier); }, "Save Image"},
+        {"picture menu", [&] { runMenuEntry(c(), "pictureContextMenu", rightClickPicture, pictureMenu, "Save Image…"); }, "Save Image"},
+        {"Julia menu", [&] { runMenuEntry(c(), "juliaContextMenu", rightClickJulia, juliaMenu, "Save Image…"); }, "Save Julia Image"},
+        {"Menu key on the Julia view", [&] { runMenuEntry(c(), "juliaContextMenu", menuKeyOnJulia, juliaMenu, "Save Image…"); }, "Save Julia Image"},
+        {"Record Animation… control", [&] { clickControl(c(), "Record Animation…"); }, nullptr},
+        {"picture menu", [&] { runMenuEntry(c(), "pictureContextMenu", rightClickPicture, pictureMenu, "Record Palette Animation…"); }, nullptr},
+        {"Julia menu", [&] { runMenuEntry(c(), "juliaContextMenu", rightClickJulia, juliaMenu, "Record Palette Animation…"); }, nullptr},
+    };
+    c().activateWindow();
+    ASSERT_TRUE(QTest::qWaitForWindowActive(&c()));  // the window's keys need it active
+    for (const auto& k : cases) {
+        SCOPED_TRACE(k.how);
+        offers.clear();
+        const int shownBefore = progressShown;
+        k.act();
+        if (k.offerTitle) {
+            ASSERT_EQ(offers.size(), 1u);
+            EXPECT_EQ(offers[0].title, k.offerTitle);
+            continue;
+        }
+        ASSERT_EQ(progressShown, shownBefore + 1);
+        cancel();
+        ASSERT_TRUE(recordingEnded());
+    }
+    EXPECT_TRUE(alerts.isEmpty());
+}
+
+TEST_F(ExportWindow, RequestsDuringARenderOrARecordingAreIgnored) {
+    c().render();
+    c().recordPaletteAnimationAction();
+    c().recordJuliaPaletteAnimation();
+    EXPECT_FALSE(c().isRecordingPaletteAnimation());
+    ASSERT_TRUE(e->settle());
+    JuliaView* julia = c().juliaView();
+    ColourInputs colours;
+    colours.table = c().colorTable();
+    julia->requestRender(juliaRequest(0, 0, julia->bufferWidth(), julia->bufferHeight(), colours, 100));
+    c().recordJuliaPaletteAnimation();  // while the Julia picture is being computed
+    EXPECT_FALSE(c().isRecordingPaletteAnimation());
+    ASSERT_TRUE(waitFor([&] { return !julia->isComputing(); }));
+    c().recordJuliaPaletteAnimation();
+    EXPECT_TRUE(c().isRecordingPaletteAnimation());
+    c().recordPaletteAnimationAction();
+    c().recordJuliaPaletteAnimation();
+    EXPECT_EQ(progressShown, 1);
+    ASSERT_TRUE(recordingEnded());
+    EXPECT_EQ(offers.size(), 1u);
+}
+
+// With sound on, the movie keeps the colours of the moment it started while the sound goes on
+// moving them on screen. Its first frame is that picture, the cycle has 30 frames at speed 1,
+// the progress moves after each, and the movie is offered in the Videos folder.
+TEST_F(ExportWindow, ARecordingKeepsTheSoundOfItsStartAndIsOfferedAsAMovie) {
+    double now = 0;
+    c().animationNow = [&] { return now; };
+    c().switchSoundMode(true);
+    microphone->play(0.8f);
+    c().animationTick();
+    now += 0.25;
+    c().animationTick();
+    ASSERT_TRUE(e->settle());
+    c().recolorAll();
+    const QImage atStart = c().lastCGImage().copy();
+    const double shift = c().soundState().colorShift();
+    ASSERT_NE(shift, 0.0);
+    c().recordPaletteAnimationAction();
+    ASSERT_TRUE(c().isRecordingPaletteAnimation());
+    for (int i = 0; i < 5; ++i, now += 0.25) {
+        microphone->play(0.0f);  // silence: the colours fall back
+        c().animationTick();
+    }
+    ASSERT_TRUE(e->settle());
+    ASSERT_NE(c().soundState().colorShift(), shift);
+    const QImage moved = c().lastCGImage().copy();
+    ASSERT_TRUE(recordingEnded());
+
+    ASSERT_EQ(offers.size(), 1u);
+    EXPECT_EQ(offers[0].suggestedPath, home("Videos/Glimmerscape-1700000000.mov"));
+    EXPECT_FALSE(progressOpen);
+    std::vector<std::int64_t> oneToThirty(30);
+    for (std::size_t i = 0; i < 30; ++i) oneToThirty[i] = std::int64_t(i) + 1;
+    EXPECT_EQ(frames, oneToThirty);
+    const QStringList movies = tempFiles();
+    ASSERT_EQ(movies.size(), 1);
+    const QSize size(atStart.width() / 2 * 2, atStart.height() / 2 * 2);
+    const std::vector<QImage> movie = decodeMovie(QDir(tempPath()).filePath(movies[0]), size);
+    ASSERT_EQ(movie.size(), 30u);
+    EXPECT_LT(meanDifference(movie[0], atStart), 2.0);
+    EXPECT_GT(meanDifference(movie[0], moved), 4 * meanDifference(movie[0], atStart));
+
+    const QString chosen = home("Videos/loop.mov");
+    choose(chosen);
+    QFile a(chosen), b(QDir(tempPath()).filePath(movies[0]));
+    ASSERT_TRUE(a.open(QIODevice::ReadOnly) && b.open(QIODevice::ReadOnly));
+    EXPECT_EQ(a.readAll(), b.readAll());
+}
+
+// Failures say so once; failures, cancels and closing the window leave no file and offer none.
+TEST_F(ExportWindow, EveryEndOtherThanSuccessLeavesNoFile) {
+    const struct {
+        const char* how;
+        std::function<void()> arrange;    // before the recording starts
+        std::function<void()> interrupt;  // once it has made its first frame
+        bool alert;
+    } cases[] = {
+        {"missing encoder", [&] { c().recordingEncoder.encoder = "libnothing264"; }, {}, true},
+        {"refused frame", [&] { c().recordingEncoder.refuseFrame = 3; }, {}, true},
+        {"cancelled", {}, [&] { cancel(); }, false},
+        {"window closed", {}, [&] { c().close(); }, false},
+    };
+    c().setAnimationSpeed(0.1);  // 300 frames: long enough to be stopped on the way
+    for (const auto& k : cases) {
+        SCOPED_TRACE(k.how);
+        alerts.clear();
+        offers.clear();
+        frames.clear();
+        c().recordingEncoder = MovieSettings{};
+        if (k.arrange) k.arrange();
+        c().recordPaletteAnimationAction();
+        ASSERT_TRUE(c().isRecordingPaletteAnimation());
+        if (k.interrupt) {
+            ASSERT_TRUE(waitFor([&] { return !frames.empty(); }));
+            k.interrupt();
+            EXPECT_FALSE(progressOpen);  // at once, before the worker has stopped
+        }
+        ASSERT_TRUE(recordingEnded());
+        EXPECT_FALSE(progressOpen);
+        EXPECT_EQ(alerts, k.alert ? QStringList{kCouldntRecord} : QStringList{});
+        EXPECT_TRUE(offers.empty());
+        EXPECT_EQ(tempFiles(), QStringList{});
+    }
+}
+
+// The window goes away in the middle of a recording: it waits for the worker, which stops.
+TEST_F(ExportWindow, DestroyingTheWindowStopsItsRecording) {
+    c().setAnimationSpeed(0.1);
+    c().recordPaletteAnimationAction();
+    ASSERT_TRUE(waitFor([&] { return !frames.empty(); }));
+    e.reset();
+    EXPECT_FALSE(progressOpen);
+    EXPECT_EQ(tempFiles(), QStringList{});
+}
+
+}  // namespace
+}  // namespace gs::test
