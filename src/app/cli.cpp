@@ -140,18 +140,7 @@ QByteArray encodePicture(const Frame& frame, const QByteArray& format) {
 }
 
 ColourInputs colourInputs(const RenderOptions& o, std::shared_ptr<const ColorTable> table) {
-    const ExplorerSettings& look = o.look;
-    ColourInputs colour;
-    colour.table = std::move(table);
-    colour.frequency = look.frequency;
-    colour.cycleOffset = look.cycleOffset;
-    colour.dem = look.demEnabled;
-    colour.glow = look.glowEnabled;
-    colour.traps = look.trapsEnabled;
-    colour.relief = look.reliefEnabled;
-    colour.tuning = loadTuning(o);
-    colour.light = look.reliefLight();
-    return colour;
+    return o.look.colourInputs(std::move(table), loadTuning(o));
 }
 
 // Runs the render on its own thread while this one shows the progress.

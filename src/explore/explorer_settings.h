@@ -5,6 +5,9 @@
 // auto-explore) are the controller's own.
 #pragma once
 
+#include <memory>
+
+#include "core/frame.h"
 #include "core/shading.h"
 #include "core/sound_tuning.h"
 
@@ -28,6 +31,22 @@ struct ExplorerSettings {
     ReliefLight reliefLight() const { return lightVector(reliefLightRawX, reliefLightRawY); }
 
     friend bool operator==(const ExplorerSettings&, const ExplorerSettings&) = default;
+
+    // The colouring these settings describe, with this table and tuning (the settings' own or
+    // one being tried), and no sound.
+    ColourInputs colourInputs(std::shared_ptr<const ColorTable> table, const ShadingTuning& shading) const {
+        ColourInputs c;
+        c.table = std::move(table);
+        c.frequency = frequency;
+        c.cycleOffset = cycleOffset;
+        c.dem = demEnabled;
+        c.glow = glowEnabled;
+        c.traps = trapsEnabled;
+        c.relief = reliefEnabled;
+        c.tuning = shading;
+        c.light = reliefLight();
+        return c;
+    }
 };
 
 }  // namespace gs

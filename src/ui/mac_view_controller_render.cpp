@@ -21,16 +21,7 @@ struct MacViewController::FinishedRow {
 };
 
 ColourInputs MacViewController::colourInputs(const ShadingTuning& tuning) const {
-    ColourInputs c;
-    c.table = colorTable_;
-    c.frequency = settings_.frequency;
-    c.cycleOffset = settings_.cycleOffset;
-    c.dem = settings_.demEnabled;
-    c.traps = settings_.trapsEnabled;
-    c.glow = settings_.glowEnabled;
-    c.relief = settings_.reliefEnabled;
-    c.tuning = tuning;
-    c.light = settings_.reliefLight();
+    ColourInputs c = settings_.colourInputs(colorTable_, tuning);
     applySoundState(soundState_, c);  // neutral outside sound mode
     return c;
 }
