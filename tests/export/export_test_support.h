@@ -1,13 +1,18 @@
 // Shared by the export tests: a private temporary directory for each test (TMPDIR points at
-// it, so QStandardPaths::TempLocation is there) and the list of files in it.
+// it, so QStandardPaths::TempLocation is there) and the list of files in it, and movies decoded
+// back into pictures.
 #pragma once
 
 #include <gtest/gtest.h>
 
 #include <QDir>
+#include <QImage>
+#include <QProcess>
 #include <QStringList>
 #include <QTemporaryDir>
+#include <cstdlib>
 #include <memory>
+#include <vector>
 
 namespace gs::test {
 
@@ -35,5 +40,31 @@ private:
     std::unique_ptr<QTemporaryDir> dir_;
     QByteArray previous_;
 };
+
+// The movie's frames decoded by FFmpeg with the colour matrix and range the movie is tagged with,
+// as pictures of `size`.
+inline std::vector<QImage> decodeMovie(const QString& path, QSize size) {
+    QProcess ffmpeg;
+    ffmpeg.start("ffmpeg", {"-v", "error", "-i", path, "-sws_flags", "bicubic+accurate_rnd+full_chroma_int",
+                            "-f", "rawvideo", "-pix_fmt", "rgb24", "-"});
+    ffmpeg.waitForFinished(60000);
+    const QByteArray raw = ffmpeg.readAllStandardOutput();
+    const qsizetype bytes = qsizetype(size.width()) * size.height() * 3;
+    std::vector<QImage> frames;
+    for (qsizetype at = 0; at + bytes <= raw.size(); at += bytes)
+        frames.push_back(QImage(reinterpret_cast<const uchar*>(raw.constData() + at), size.width(), size.height(),
+                                size.width() * 3, QImage::Format_RGB888).convertToFormat(QImage::Format_RGBX8888));
+    return frames;
+}
+
+// Mean absolute difference per colour channel over the area of `a`.
+inline double meanDifference(const QImage& a, const QImage& b) {
+    const QImage x = a.convertToFormat(QImage::Format_RGBX8888), y = b.convertToFormat(QImage::Format_RGBX8888);
+    double sum = 0;
+    for (int row = 0; row < x.height(); ++row)
+        for (int i = 0; i < 4 * x.width(); ++i)
+            if (i % 4 != 3) sum += std::abs(x.constScanLine(row)[i] - y.constScanLine(row)[i]);
+    return sum / (3.0 * x.width() * x.height());
+}
 
 }  // namespace gs::test

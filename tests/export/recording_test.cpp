@@ -3,7 +3,6 @@
 #include <QFileInfo>
 #include <QProcess>
 #include <QRegularExpression>
-#include <cstdlib>
 #include <map>
 
 #include "export/recording.h"
@@ -20,17 +19,6 @@ QByteArray run(const QString& program, const QStringList& arguments) {
     return process.readAllStandardOutput();
 }
 
-// The movie's frames decoded by FFmpeg into RGB, 3 bytes a pixel, with the colour matrix and
-// range the movie is tagged with.
-std::vector<std::vector<std::uint8_t>> decodeMovie(const QString& path, std::size_t frameBytes) {
-    const QByteArray raw = run("ffmpeg", {"-v", "error", "-i", path, "-sws_flags", "bicubic+accurate_rnd+full_chroma_int",
-                                          "-f", "rawvideo", "-pix_fmt", "rgb24", "-"});
-    std::vector<std::vector<std::uint8_t>> frames;
-    for (qsizetype at = 0; at + qsizetype(frameBytes) <= raw.size(); at += qsizetype(frameBytes))
-        frames.emplace_back(raw.begin() + at, raw.begin() + at + qsizetype(frameBytes));
-    return frames;
-}
-
 // What ffprobe says of the movie's video track, and its frames' presentation times.
 std::map<QString, QString> probe(const QString& path) {
     std::map<QString, QString> entries;
@@ -43,15 +31,6 @@ std::map<QString, QString> probe(const QString& path) {
     entries["times"] = run("ffprobe", {"-v", "error", "-select_streams", "v:0", "-show_entries", "frame=pts_time",
                                        "-of", "default=noprint_wrappers=1:nokey=1", path}).simplified();
     return entries;
-}
-
-// Mean absolute difference per channel between a decoded RGB frame and an expected BGRA one.
-double meanDifference(const std::vector<std::uint8_t>& rgb, const std::vector<std::uint8_t>& bgra) {
-    double sum = 0;
-    const std::size_t pixels = rgb.size() / 3;
-    for (std::size_t i = 0; i < pixels; ++i)
-        for (std::size_t c = 0; c < 3; ++c) sum += std::abs(int(rgb[i * 3 + c]) - int(bgra[i * 4 + 2 - c]));
-    return sum / static_cast<double>(pixels * 3);
 }
 
 class Recording : public test::PrivateTempDir {};
@@ -92,15 +71,18 @@ TEST_F(Recording, RecordsOnePaletteCycleThatDecodesBackToItsFrames) {
     for (int i = 0; i < 30; ++i) times << QString::number(i / 30.0, 'f', 6);
     EXPECT_EQ(info["times"], times.join(' '));
 
-    const auto movie = decodeMovie(result.path, 800 * 600 * 3);
+    const auto movie = test::decodeMovie(result.path, QSize(800, 600));
     ASSERT_EQ(movie.size(), 30u);
-    std::vector<std::vector<std::uint8_t>> expected;
-    for (std::int64_t i = 0; i < 30; ++i) expected.push_back(test::expectedFrame(picture, i));
+    std::vector<QImage> expected;
+    for (std::int64_t i = 0; i < 30; ++i) {
+        std::vector<std::uint8_t> bgra = test::expectedFrame(picture, i);  // ARGB32 in memory order
+        expected.push_back(QImage(bgra.data(), 800, 600, QImage::Format_ARGB32).copy());
+    }
     for (std::size_t i = 0; i < 30; ++i) {
-        const double own = meanDifference(movie[i], expected[i]);
+        const double own = test::meanDifference(movie[i], expected[i]);
         EXPECT_LT(own, 2.0) << "frame " << i;
         for (const std::size_t other : {(i + 29) % 30, (i + 1) % 30}) {
-            const double d = meanDifference(movie[i], expected[other]);
+            const double d = test::meanDifference(movie[i], expected[other]);
             EXPECT_LT(own * 2, d) << "frame " << i << " against " << other;
         }
     }

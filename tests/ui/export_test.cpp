@@ -5,7 +5,6 @@
 #include <QDir>
 #include <QFile>
 #include <QMenu>
-#include <QProcess>
 #include <QStandardPaths>
 #include <cmath>
 
@@ -83,32 +82,6 @@ struct ExportWindow : PrivateTempDir {
 };
 
 QImage readImage(const QString& path) { return QImage(path).convertToFormat(QImage::Format_RGBX8888); }
-
-// The movie's frames decoded to RGB by FFmpeg.
-std::vector<QImage> decodeMovie(const QString& path, QSize size) {
-    QProcess ffmpeg;
-    ffmpeg.start("ffmpeg", {"-v", "error", "-i", path, "-sws_flags", "bicubic+accurate_rnd+full_chroma_int",
-                            "-f", "rawvideo", "-pix_fmt", "rgb24", "-"});
-    ffmpeg.waitForFinished(60000);
-    const QByteArray raw = ffmpeg.readAllStandardOutput();
-    const qsizetype bytes = qsizetype(size.width()) * size.height() * 3;
-    std::vector<QImage> frames;
-    for (qsizetype at = 0; at + bytes <= raw.size(); at += bytes)
-        frames.push_back(QImage(reinterpret_cast<const uchar*>(raw.constData() + at), size.width(), size.height(),
-                                size.width() * 3, QImage::Format_RGB888).convertToFormat(QImage::Format_RGBX8888));
-    return frames;
-}
-
-// Mean absolute difference per channel over the movie frame's area.
-double meanDifference(const QImage& frame, const QImage& picture) {
-    double sum = 0;
-    for (int y = 0; y < frame.height(); ++y)
-        for (int x = 0; x < frame.width(); ++x) {
-            const QColor a = frame.pixelColor(x, y), b = picture.pixelColor(x, y);
-            sum += std::abs(a.red() - b.red()) + std::abs(a.green() - b.green()) + std::abs(a.blue() - b.blue());
-        }
-    return sum / (3.0 * frame.width() * frame.height());
-}
 
 TEST_F(ExportWindow, NothingIsExportedBeforeTheFirstPicture) {
     MacViewController fresh;  // never shown: no layout, no picture
