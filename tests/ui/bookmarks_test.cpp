@@ -44,33 +44,16 @@ Bookmark place(const QString& name, double xmin = -0.8, std::optional<ShadingTun
     return b;
 }
 
-// The explorer with every bookmark alert answered by the test: name fields get `typed` (none:
-// cancelled), questions get `accept`.
-struct Bookmarks : ::testing::Test {
+// The explorer with every bookmark dialog answered by the test, and no bookmarks of the user's.
+struct Bookmarks : ::testing::Test, AnsweredDialogs {
     std::unique_ptr<Explorer> e;
-    std::optional<QString> typed;
-    bool accept = true;
-    std::vector<NamePrompt> prompts;
-    std::vector<QuestionText> questions;
-    QStringList alerts, notices;
-
     FakeMicrophone* microphone = new FakeMicrophone;  // owned by the window
 
     Bookmarks() {
         QFile::remove(BookmarkLibrary::shared().fileURL());
         e = std::make_unique<Explorer>(std::unique_ptr<AudioInput>(microphone));
-        MacViewController& c = e->c();
-        c.presentTextPrompt = [this](const NamePrompt& p, std::function<void(const QString&)> onAccept) {
-            prompts.push_back(p);
-            if (typed) onAccept(*typed);
-        };
-        c.presentQuestion = [this](const QuestionText& q, std::function<void()> onAccept) {
-            questions.push_back(q);
-            if (accept) onAccept();
-        };
-        c.presentTitledAlert = [this](const AlertText& a) { alerts << a.title + u'|' + a.message; };
-        c.presentNotice = [this](const QString& text) { notices << text; };
-        c.refreshBookmarkCaches();
+        install(e->c());
+        e->c().refreshBookmarkCaches();
     }
     MacViewController& c() { return e->c(); }
     QStringList mine() { return names(c().userBookmarksCache()); }
@@ -97,7 +80,7 @@ TEST_F(Bookmarks, SavingNumbersTakenNamesAndIgnoresBlankOnes) {
     EXPECT_EQ(c().currentBookmarkName(), QStringLiteral("Spiral (2)"));
     EXPECT_EQ(c().bookmarkStatusText(), QStringLiteral("Spiral (2)\n1.0×"));
     EXPECT_EQ(c().fullScreenStatusLine(), QStringLiteral("CURRENTLY VIEWING: Spiral (2)  (1.0×)"));
-    EXPECT_TRUE(alerts.isEmpty());
+    EXPECT_TRUE(alerts.empty());
 }
 
 // What is kept is what is on screen: the table baked with the palette's repeat and shift, the
@@ -129,8 +112,8 @@ TEST_F(Bookmarks, AFailedWriteSaysSoAndKeepsTheName) {
     ASSERT_TRUE(QDir().mkpath(file));  // a folder where the file should be: no write succeeds
     save(QStringLiteral("Second"));
     QDir(file).removeRecursively();
-    EXPECT_EQ(alerts, QStringList{QStringLiteral("Couldn't Save|There was a problem saving this bookmark to disk. "
-                                                 "Check available storage and try again.")});
+    EXPECT_EQ(alerts, (std::vector<AlertText>{{"Couldn't Save", "There was a problem saving this bookmark to disk. "
+                                                                "Check available storage and try again."}}));
     EXPECT_EQ(c().currentBookmarkName(), QStringLiteral("First"));
 }
 
@@ -147,8 +130,8 @@ TEST_F(Bookmarks, DuplicateRenameAndDeleteRefuseClashesAndFollowTheCurrentName) 
               QStringLiteral("Duplicate Bookmark|Spiral copy|Duplicate"));
     EXPECT_EQ(prompts[1].title + u'|' + prompts[1].text + u'|' + prompts[1].acceptButton,
               QStringLiteral("Rename Bookmark|Spiral|Rename"));
-    EXPECT_EQ(alerts, (QStringList{QStringLiteral("Couldn't Duplicate|A bookmark named “Spot” already exists."),
-                                   QStringLiteral("Couldn't Rename|A bookmark named “Spot” already exists.")}));
+    EXPECT_EQ(alerts, (std::vector<AlertText>{{"Couldn't Duplicate", "A bookmark named “Spot” already exists."},
+                                              {"Couldn't Rename", "A bookmark named “Spot” already exists."}}));
     EXPECT_EQ(mine(), (QStringList{"Spiral", "Spot"}));
 
     typed = QStringLiteral(" Spiral copy ");
@@ -252,11 +235,7 @@ TEST_F(Bookmarks, TheBrowserListsSectionsOffersMenusAndClosesWithEscape) {
     EXPECT_FALSE(noteShown());
 
     auto texts = [&](int section) {
-        std::unique_ptr<QMenu> menu(browser->contextMenu(section, 0, nullptr));
-        QStringList out;
-        for (const QAction* a : menu->actions())
-            if (!a->isSeparator()) out << a->text();
-        return out;
+        return actionTexts(*std::unique_ptr<QMenu>(browser->contextMenu(section, 0, nullptr)));
     };
     EXPECT_EQ(texts(0), (QStringList{"Share…", "Duplicate…", "Rename…", "Delete"}));
     EXPECT_EQ(texts(1), (QStringList{"Share…", "Duplicate…"}));

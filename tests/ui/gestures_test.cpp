@@ -70,16 +70,6 @@ TEST(ViewGestures, PinchNearTheLeftEdgeIsClippedAndZoomsAsClipped) {
     EXPECT_EQ(r.selections.back(), std::nullopt);
 }
 
-TEST(ViewGestures, PinchEndingElevenByThirtyLeavesNoSelection) {
-    Recorder r;
-    r.view.resize(100, 250);
-    pinch(&r.view, {5, 125}, 1.0);  // 12 x 30 centred 5 points from the edge: 11 x 30
-    EXPECT_FALSE(r.view.selection().hasSelection());
-    EXPECT_EQ(r.selections.back(), std::nullopt);
-    pinch(&r.view, {6, 125}, 1.0);  // 12 x 30
-    EXPECT_TRUE(r.view.selection().hasSelection());
-}
-
 TEST(ViewGestures, ClicksOutsideDismissAndDoubleClicksAskForAPaletteNeverZooming) {
     Recorder r;
     pinch(&r.view, {200, 150}, 1.0);

@@ -5,7 +5,6 @@
 #include <QGuiApplication>
 #include <QLabel>
 #include <QListWidget>
-#include <QMenu>
 #include <QMimeData>
 #include <QTemporaryDir>
 
@@ -16,15 +15,7 @@
 #include "ui/online_library_view_controller.h"
 #include "ui_test_support.h"
 
-// Readable failures for Qt strings.
-inline void PrintTo(const QString& s, std::ostream* os) { *os << '"' << s.toStdString() << '"'; }
-
-namespace gs {
-inline void PrintTo(const AlertText& a, std::ostream* os) {
-    *os << '{' << a.title.toStdString() << " | " << a.message.toStdString() << '}';
-}
-
-namespace test {
+namespace gs::test {
 namespace {
 
 ColorTable flat(double v) { return ColorTable(256, aColor{v, v, v}); }
@@ -38,36 +29,20 @@ void writeFile(const QString& path, const QByteArray& bytes) {
 QByteArray mapText(const ColorTable& colors) { return QByteArray::fromStdString(writeMap(colors)); }
 
 // The window with an empty palette folder; every dialog is recorded and answered as set.
-struct Palettes : ::testing::Test {
+struct Palettes : ::testing::Test, AnsweredDialogs {
     Explorer e;
-    std::optional<QString> typed;  // what a name prompt gets; nothing: it is cancelled
-    bool accept = true;            // how questions are answered
-    QStringList picked;            // what the file dialog returns
-    std::vector<NamePrompt> prompts;
-    std::vector<QuestionText> questions;
-    std::vector<AlertText> alerts;
+    QStringList picked;  // what the file dialog returns
     std::vector<OpenFilesRequest> pickers;
-    QStringList notices;
 
     Palettes() {
         QDir(folder()).removeRecursively();
         QDir().mkpath(folder());
-        MacViewController& c = e.c();
-        c.presentTextPrompt = [this](const NamePrompt& p, std::function<void(const QString&)> onAccept) {
-            prompts.push_back(p);
-            if (typed) onAccept(*typed);
-        };
-        c.presentQuestion = [this](const QuestionText& q, std::function<void()> onAccept) {
-            questions.push_back(q);
-            if (accept) onAccept();
-        };
-        c.presentTitledAlert = [this](const AlertText& a) { alerts.push_back(a); };
-        c.presentOpenFiles = [this](const OpenFilesRequest& r, std::function<void(const QStringList&)> onChosen) {
+        install(e.c());
+        e.c().presentOpenFiles = [this](const OpenFilesRequest& r, std::function<void(const QStringList&)> onChosen) {
             pickers.push_back(r);
             onChosen(picked);
         };
-        c.presentNotice = [this](const QString& text) { notices << text; };
-        c.refreshPaletteCaches();
+        e.c().refreshPaletteCaches();
     }
     static QString folder() { return PaletteLibrary::shared().userPalettesDirectory(); }
     MacViewController& c() { return e.c(); }
@@ -211,9 +186,7 @@ TEST_F(Palettes, DeleteAsksFirstAndBuiltInsOfferOnlyShareAndDuplicate) {
     const auto menuFor = [&](int section) {
         c().paletteBrowser()->onContextMenu(section, 0, QPoint(10, 10));
         QMenu* menu = c().findChildren<QMenu*>().constLast();
-        QStringList items;
-        for (const QAction* a : menu->actions())
-            if (!a->isSeparator()) items << a->text();
+        const QStringList items = actionTexts(*menu);
         menu->close();
         return items;
     };
@@ -342,5 +315,4 @@ TEST_F(Palettes, TheOnlineLibraryRefreshesTheBrowserWhenItImported) {
 }
 
 }  // namespace
-}  // namespace test
-}  // namespace gs
+}  // namespace gs::test

@@ -1,8 +1,5 @@
 // The window's preferences (loaded before the first picture, saved by Reset All) and sound mode
 // (its switch, its tick and every caller that ends it).
-#include <QSettings>
-#include <cmath>
-
 #include "fake_microphone.h"
 #include "library/preferences.h"
 #include "library/tuning_json.h"
@@ -12,10 +9,6 @@
 
 namespace gs::test {
 namespace {
-
-void clearPreferences() {
-    QSettings(QSettings::NativeFormat, QSettings::UserScope, "glimmerscape", "glimmerscape").clear();
-}
 
 TEST(Preferences, LoadBeforeTheFirstPictureAndResetAllWritesTheDefaults) {
     clearPreferences();
@@ -81,14 +74,6 @@ TEST_F(SoundMode, ARandomPaletteUnderReliefAlreadyOnStaysRandom) {
     e.c().switchSoundMode(true);
     EXPECT_EQ(e.c().paletteMode(), PaletteMode::random);
     EXPECT_EQ(e.c().colorTable(), table);
-}
-
-TEST_F(SoundMode, AFailedStartChangesNothing) {
-    microphone->fail = true;
-    e.c().switchSoundMode(true);
-    EXPECT_FALSE(e.c().soundEnabled());
-    EXPECT_FALSE(e.c().glowEnabled());
-    EXPECT_FALSE(e.c().animationTimerRunning());
 }
 
 // Animate, Reset All and a lost microphone each end sound mode.

@@ -1,7 +1,5 @@
 // Sound mode's controls: the Sound toggle and its full-screen copy, the level meter beside it,
 // the input menu, and the tooltip that says why listening failed or stopped.
-#include <QMenu>
-#include <QSettings>
 #include <QToolButton>
 
 #include "fake_microphone.h"
@@ -16,7 +14,7 @@ namespace gs::test {
 namespace {
 
 struct ClearedPreferences {
-    ClearedPreferences() { QSettings(QSettings::NativeFormat, QSettings::UserScope, "glimmerscape", "glimmerscape").clear(); }
+    ClearedPreferences() { clearPreferences(); }
 };
 
 struct SoundControls : ::testing::Test {
@@ -74,11 +72,13 @@ TEST_F(SoundControls, BothTogglesShowListeningAndTheMeterAppearsInItsOwnPlace) {
     ASSERT_TRUE(e.settle());
 }
 
-// A failed start says why until the next start succeeds; a lost input says it went away.
-TEST_F(SoundControls, TheTooltipSaysWhySoundIsOff) {
+// A failed start changes nothing and says why until the next start succeeds; a lost input says
+// it went away.
+TEST_F(SoundControls, AFailedStartChangesNothingAndTheTooltipSaysWhySoundIsOff) {
     microphone->fail = true;
     e.c().toggleSoundAction();
     EXPECT_FALSE(toggle->isChecked());
+    EXPECT_FALSE(e.c().soundEnabled() || e.c().glowEnabled() || e.c().animationTimerRunning());
     for (const QWidget* control : {static_cast<QWidget*>(toggle), static_cast<QWidget*>(copy)})
         EXPECT_TRUE(control->toolTip().startsWith("No microphone or other audio input was found.\n"));
     microphone->fail = false;

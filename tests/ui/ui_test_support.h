@@ -4,17 +4,31 @@
 #include <gtest/gtest.h>
 
 #include <QCoreApplication>
+#include <QMenu>
 #include <QMouseEvent>
 #include <QNativeGestureEvent>
 #include <QPointingDevice>
+#include <QSettings>
 #include <QTest>
 #include <QWheelEvent>
 #include <QWidget>
 #include <functional>
 #include <memory>
+#include <optional>
+#include <ostream>
+#include <vector>
 
+#include "ui/alerts.h"
 #include "ui/mac_view_controller.h"
 #include "ui/mandelbrot_view.h"
+
+// Readable failures for Qt strings and alert texts.
+inline void PrintTo(const QString& s, std::ostream* os) { *os << '"' << s.toStdString() << '"'; }
+namespace gs {
+inline void PrintTo(const AlertText& a, std::ostream* os) {
+    *os << '{' << a.title.toStdString() << " | " << a.message.toStdString() << '}';
+}
+}  // namespace gs
 
 namespace gs::test {
 
@@ -66,6 +80,43 @@ inline void wheel(QWidget* w, QPoint angleDelta, QPoint pixelDelta = {},
                   phase, false);
     QCoreApplication::sendEvent(w, &e);
 }
+
+// Forgets every stored preference, so that a window starts from the defaults.
+inline void clearPreferences() {
+    QSettings(QSettings::NativeFormat, QSettings::UserScope, "glimmerscape", "glimmerscape").clear();
+}
+
+// A menu's entries, separators left out.
+inline QStringList actionTexts(const QMenu& menu) {
+    QStringList texts;
+    for (const QAction* a : menu.actions())
+        if (!a->isSeparator()) texts << a->text();
+    return texts;
+}
+
+// The window's dialogs recorded and answered by the test: name prompts get `typed` (none:
+// cancelled), questions get `accept`.
+struct AnsweredDialogs {
+    std::optional<QString> typed;
+    bool accept = true;
+    std::vector<NamePrompt> prompts;
+    std::vector<QuestionText> questions;
+    std::vector<AlertText> alerts;
+    QStringList notices;
+
+    void install(MacViewController& c) {
+        c.presentTextPrompt = [this](const NamePrompt& p, std::function<void(const QString&)> onAccept) {
+            prompts.push_back(p);
+            if (typed) onAccept(*typed);
+        };
+        c.presentQuestion = [this](const QuestionText& q, std::function<void()> onAccept) {
+            questions.push_back(q);
+            if (accept) onAccept();
+        };
+        c.presentTitledAlert = [this](const AlertText& a) { alerts.push_back(a); };
+        c.presentNotice = [this](const QString& text) { notices << text; };
+    }
+};
 
 // A shown explorer window at its minimum size, first picture complete; alerts are recorded
 // instead of shown.
