@@ -16,42 +16,24 @@ Viewport centredOn(double cx, double cy, double width) {
     return {cx - width / 2, cx + width / 2, cy - width * 0.375, cy + width * 0.375};
 }
 
-struct CeilingCase {
-    double width;
-    std::int64_t ceiling;
-};
-
-class BudgetCeiling : public ::testing::TestWithParam<CeilingCase> {};
-
-TEST_P(BudgetCeiling, FollowsTheZoom) {
-    const double w = GetParam().width;
-    EXPECT_EQ(iterationCeiling(Viewport{0, w, 0, w * 0.75}), GetParam().ceiling);
-}
-
-INSTANTIATE_TEST_SUITE_P(Widths, BudgetCeiling,
-                         ::testing::Values(CeilingCase{4.0, 255},           // home
-                                           CeilingCase{8.0, 255},           // wider: ratio raised to 1
-                                           CeilingCase{2.0, 355},           // one halving: +100
-                                           CeilingCase{4.0 / 1024, 1255},   // ten halvings
-                                           CeilingCase{4.0 / 4.9e15, 5467},  // just inside the zoom limit
-                                           CeilingCase{4e-30, 8000}));      // capped
-
-TEST(BudgetCeiling, NonFiniteWidthIsFatal) {
+TEST(BudgetCeiling, FollowsTheZoom) {
+    const std::pair<double, std::int64_t> cases[] = {{4.0, 255},           // home
+                                                     {8.0, 255},           // wider: ratio raised to 1
+                                                     {2.0, 355},           // one halving: +100
+                                                     {4.0 / 1024, 1255},   // ten halvings
+                                                     {4.0 / 4.9e15, 5467},  // just inside the zoom limit
+                                                     {4e-30, 8000}};       // capped
+    for (auto [w, ceiling] : cases) EXPECT_EQ(iterationCeiling(Viewport{0, w, 0, w * 0.75}), ceiling) << w;
     EXPECT_DEATH(iterationCeiling(Viewport{1.0, 1.0, 0.0, 1.0}), "iteration ceiling");
 }
 
-TEST(BudgetZoom, LevelAndPixelSize) {
+TEST(BudgetZoom, LevelPixelSizeAndALimitStrictAtFiveTimesTenToTheFifteen) {
     EXPECT_EQ(zoomLevel(kHomeView), 1.0);
     EXPECT_EQ(zoomLevel(centredOn(0, 0, 1.6)), 2.5);
     EXPECT_EQ(pixelSizeFor(kHomeView, 1000), 0.004);
-}
-
-TEST(BudgetZoom, LimitIsStrictAtFiveTimesTenToTheFifteen) {
     EXPECT_TRUE(zoomWithinLimit(4.0 / 4.9e15));
-    EXPECT_FALSE(zoomWithinLimit(4.0 / 5e15));
-    EXPECT_FALSE(zoomWithinLimit(4.0 / 6e15));
-    EXPECT_FALSE(zoomWithinLimit(0.0));
-    EXPECT_FALSE(zoomWithinLimit(std::numeric_limits<double>::quiet_NaN()));
+    for (double width : {4.0 / 5e15, 4.0 / 6e15, 0.0, std::numeric_limits<double>::quiet_NaN()})
+        EXPECT_FALSE(zoomWithinLimit(width)) << width;
 }
 
 // The status texts are the same in every locale; the comma-decimal one shows that they do not

@@ -124,8 +124,10 @@ TEST(ColourGlow, FullHaloOnTheBoundaryTintedOnRequest) {
     EXPECT_EQ(pixel(p, {100, 0, 0}), rgbaOf({0.2 + 0.4 * a, 0.2 + 0.4 * a, 0.2 + 0.4 * a}));
 }
 
-TEST(ColourEdges, OnTheBoundaryBlackWhenTheFloorFadesOut) {
-    const ColorTable t = grey(1.0);  // d <= 0 stands at the smallest normal: log2 = -1022
+// On the boundary (d <= 0 stands at the smallest normal, log2 = -1022) the edge is black unless
+// the floor fades out; elsewhere the fade spans softness octaves around the thickness.
+TEST(ColourEdges, BlackOnTheBoundaryAndFadingOverSoftnessOctaves) {
+    const ColorTable t = grey(1.0);
     ColorParams p = plain(t);
     p.dem = true;
     const std::array<double, 3> cases[] = {
@@ -135,12 +137,7 @@ TEST(ColourEdges, OnTheBoundaryBlackWhenTheFloorFadesOut) {
         p.tuning.demSoftness = softness;
         for (float d : {0.0f, -3.0f}) EXPECT_EQ(pixel(p, {100, d, 0})[0], red) << thickness;
     }
-}
-
-TEST(ColourEdges, FadeSpansSoftnessOctavesAroundTheThickness) {
-    const ColorTable t = grey(1.0);
-    ColorParams p = plain(t);
-    p.dem = true;
+    p.tuning = {};
     p.pixelSize = 0.5;
     for (auto [d, red] : {std::pair{0.25f, 0}, {0.5f, 127}, {0.70710678f, 191}, {1.0f, 255}})
         EXPECT_EQ(pixel(p, {100, d, 0})[0], red) << d;  // 0.5 .. 2 px
@@ -570,25 +567,30 @@ TEST(Relief, EveryTargetGivesTheSameBytes) {
     }
 }
 
+// The lit middle pixel of a five-pixel ramp along x (or, for a height of 1, along y).
+Rgba litMiddle(int w, int h, float slope, ReliefLight l, double heightFactor = 1) {
+    Picture p = picture(w, h, 0);
+    for (int i = 0; i < 5; ++i) p.elevation[std::size_t(i)] = -5 + slope * float(i);
+    ShadingTuning t;
+    t.reliefHeight = heightFactor;
+    light(p, l, t);
+    return Rgba{p.rgba[8], p.rgba[9], p.rgba[10], p.rgba[11]};
+}
+
 // Light straight down at drama 0 (A = 2, B = 0.45, C = 0.65): a slope of 3/16 per pixel has the
 // central gradient 0.375 and the normal z = 1 / sqrt(1 + 0.75^2) = 0.8, so D = 0.89 and
 // S = 0.65 * 0.8^16; each channel becomes D * v + (v + 255) / 2 * S. Beyond the gradient cap
-// (0.6) steeper slopes light alike.
+// (0.6) steeper slopes light alike. Lit from the left, slopes facing it are brighter.
 TEST(Relief, HandLitSlopes) {
-    auto middle = [](int w, int h, float slope, double heightFactor) {
-        Picture p = picture(w, h, 0);
-        for (int i = 0; i < 5; ++i) p.elevation[std::size_t(i)] = -5 + slope * float(i);
-        ShadingTuning t;
-        t.reliefHeight = heightFactor;
-        light(p, lightVector(0, 0), t);
-        return Rgba{p.rgba[8], p.rgba[9], p.rgba[10], p.rgba[11]};
-    };
+    const ReliefLight down = lightVector(0, 0), left = lightVector(-0.8, 0);
     const Rgba lit{92, 114, 137, 77};
-    EXPECT_EQ(middle(5, 1, 0.1875f, 1), lit);   // along x
-    EXPECT_EQ(middle(1, 5, -0.1875f, 1), lit);  // along y, falling
-    EXPECT_EQ(middle(5, 1, 0.09375f, 2), lit);  // half the slope at twice the height
-    EXPECT_EQ(middle(5, 1, 1, 1), middle(5, 1, 2, 1));
-    EXPECT_LT(middle(5, 1, 1, 1)[0], 92);
+    EXPECT_EQ(litMiddle(5, 1, 0.1875f, down), lit);       // along x
+    EXPECT_EQ(litMiddle(1, 5, -0.1875f, down), lit);      // along y, falling
+    EXPECT_EQ(litMiddle(5, 1, 0.09375f, down, 2), lit);   // half the slope at twice the height
+    EXPECT_EQ(litMiddle(5, 1, 1, down), litMiddle(5, 1, 2, down));
+    EXPECT_LT(litMiddle(5, 1, 1, down)[0], 92);
+    EXPECT_GT(litMiddle(5, 1, 0.1f, left)[0], litMiddle(5, 1, 0, left)[0]);  // rising to the right faces the left
+    EXPECT_LT(litMiddle(5, 1, -0.1f, left)[0], litMiddle(5, 1, 0, left)[0]);
 }
 
 // A flat area has the normal (0, 0, 1): D = 0.45 + 0.55 max(z, 0), S = 0.65 max(Hz, 0)^16.
@@ -611,17 +613,6 @@ TEST(Relief, DramaZeroFlatAreaDefaultLightAndInterior) {
     const std::vector<std::uint8_t> before = p.rgba;
     light(p, lightVector(-0.5, -0.5));
     EXPECT_EQ(p.rgba, before);
-}
-
-TEST(Relief, SlopesFacingTheLightAreBrighter) {
-    auto ramp = [](float slope) {  // lit red of a ramp's middle pixel, lit from the left
-        Picture p = picture(5, 1, 0);
-        for (int i = 0; i < 5; ++i) p.elevation[std::size_t(i)] = -5 + slope * float(i);
-        light(p, lightVector(-0.8, 0));
-        return p.rgba[8];
-    };
-    EXPECT_GT(ramp(0.1f), ramp(0.0f));  // rising to the right faces the left
-    EXPECT_LT(ramp(-0.1f), ramp(0.0f));
 }
 
 TEST(ReliefElevation, LogarithmicHeightInteriorPlateauRebuiltOnlyOnNewSize) {

@@ -29,30 +29,23 @@ struct Picture {
     }
 };
 
-struct PixelCase {
-    int col, row;
-    float nu, distance;
-    bool candidate;
-};
-
-class CandidatePixel : public ::testing::TestWithParam<PixelCase> {};
-
-TEST_P(CandidatePixel, EscapedWithPositiveDistanceInColumnsAndRows15To84) {
-    const PixelCase c = GetParam();
-    Picture p;
-    p.escape(c.col, c.row, c.distance, c.nu);
-    EXPECT_EQ(p.candidates(), c.candidate ? 1u : 0u);
+// A candidate has escaped with a positive distance and lies in columns and rows 15 to 84.
+TEST(BoundaryCandidates, EscapedWithPositiveDistanceInColumnsAndRows15To84) {
+    const struct {
+        int col, row;
+        float nu, distance;
+        bool candidate;
+    } cases[] = {{14, 50, 10, 1e-3f, false}, {15, 50, 10, 1e-3f, true}, {84, 50, 10, 1e-3f, true},
+                 {85, 50, 10, 1e-3f, false}, {50, 14, 10, 1e-3f, false}, {50, 15, 10, 1e-3f, true},
+                 {50, 84, 10, 1e-3f, true},  {50, 85, 10, 1e-3f, false}, {50, 50, 499.5f, 1e-3f, true},
+                 {50, 50, 500, 1e-3f, false},  // did not escape
+                 {50, 50, 10, 0.0f, false}};
+    for (const auto& c : cases) {
+        Picture p;
+        p.escape(c.col, c.row, c.distance, c.nu);
+        EXPECT_EQ(p.candidates(), c.candidate ? 1u : 0u) << c.col << "," << c.row << " nu " << c.nu << " d " << c.distance;
+    }
 }
-
-INSTANTIATE_TEST_SUITE_P(
-    Pixels, CandidatePixel,
-    ::testing::Values(PixelCase{14, 50, 10, 1e-3f, false}, PixelCase{15, 50, 10, 1e-3f, true},
-                      PixelCase{84, 50, 10, 1e-3f, true}, PixelCase{85, 50, 10, 1e-3f, false},
-                      PixelCase{50, 14, 10, 1e-3f, false}, PixelCase{50, 15, 10, 1e-3f, true},
-                      PixelCase{50, 84, 10, 1e-3f, true}, PixelCase{50, 85, 10, 1e-3f, false},
-                      PixelCase{50, 50, 499.5f, 1e-3f, true},
-                      PixelCase{50, 50, 500, 1e-3f, false},  // did not escape
-                      PixelCase{50, 50, 10, 0.0f, false}));
 
 TEST(NearestCandidates, TiesNeverDisplaceAndKeepTheirOrder) {
     NearestCandidates best;

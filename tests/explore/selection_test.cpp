@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include <tuple>
+
 #include "explore/selection.h"
 
 namespace gs {
@@ -33,29 +35,21 @@ TEST(PinchSelection, ClickOutsideOnlyDismissesAndASecondClickDoesNothing) {
     EXPECT_FALSE(second.dismissed || second.zoomRequest);
 }
 
-// Restored boxes centred in 400 x 300: the height decides (0.04 is 16 x 12 points).
-struct MinimumCase {
-    double pinchX;  // the pinch's x in a 100 x 250 view: a 12 x 30 box clipped at the left
-    double restoredBox;
-    bool kept;
-};
-
-class SelectionMinimum : public ::testing::TestWithParam<MinimumCase> {};
-
-TEST_P(SelectionMinimum, NeedsTwelveByTwelvePoints) {
-    const MinimumCase c = GetParam();
-    EXPECT_EQ(pinched(c.pinchX, 125, 100, 250).hasSelection(), c.kept);
-
-    PinchSelection restored = pinched(200, 150);
-    restored.restoreFromHistory({0.5, 0.5, c.restoredBox}, kViewW, kViewH);
-    EXPECT_EQ(restored.shownRect(kViewW, kViewH).has_value(), c.kept);
-    EXPECT_EQ(restored.boxFraction(), c.restoredBox);  // remembered even when not shown
+// A pinched box in a 100 x 250 view (12 x 30, clipped at the left when the pinch is near it)
+// and a restored box centred in 400 x 300 (0.04 is 16 x 12 points): 12 x 12 points are needed
+// to show it, and the restored one is remembered even when not shown.
+TEST(SelectionMinimum, NeedsTwelveByTwelvePoints) {
+    for (auto [pinchX, restoredBox, kept] : {std::tuple{5.0, 0.039, false},  // 11 x 30; 15.6 x 11.7
+                                             std::tuple{6.0, 0.04, true},    // 12 x 30; 16 x 12
+                                             std::tuple{50.0, 0.12, true}}) {
+        SCOPED_TRACE(pinchX);
+        EXPECT_EQ(pinched(pinchX, 125, 100, 250).hasSelection(), kept);
+        PinchSelection restored = pinched(200, 150);
+        restored.restoreFromHistory({0.5, 0.5, restoredBox}, kViewW, kViewH);
+        EXPECT_EQ(restored.shownRect(kViewW, kViewH).has_value(), kept);
+        EXPECT_EQ(restored.boxFraction(), restoredBox);
+    }
 }
-
-INSTANTIATE_TEST_SUITE_P(Sizes, SelectionMinimum,
-                         ::testing::Values(MinimumCase{5, 0.039, false},  // 11 x 30; 15.6 x 11.7
-                                           MinimumCase{6, 0.04, true},    // 12 x 30; 16 x 12
-                                           MinimumCase{50, 0.12, true}));
 
 }  // namespace
 }  // namespace gs

@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include <array>
+
 #include "explore/selection.h"
 #include "explore/zoom_history.h"
 
@@ -52,72 +54,53 @@ TEST(ZoomHistory, BackForwardAndBackInThroughTheRestoredBox) {
     EXPECT_TRUE(h.forwardStack().empty());  // a new zoom after Back drops the way forward
 }
 
-TEST(ZoomHistory, ResetViewAtHomeDoesNothingAtAll) {
+// Reset View at home does nothing at all, not even forgetting the way forward; elsewhere Back
+// undoes it.
+TEST(ZoomHistory, ResetViewAtHomeDoesNothingElsewhereBackUndoesIt) {
     ZoomHistory h;
     h.zoomIntoRect(10, 10, 20, 20, 100, 100, kBox);
+    const Viewport zoomed = h.current();
     h.back();  // home again, with a way forward and the box to show
     EXPECT_FALSE(h.resetView());
     EXPECT_TRUE(h.backStack().empty());
     EXPECT_EQ(h.forwardStack().size(), 1u);
     EXPECT_EQ(h.outgoingSelection(), kBox);
-}
 
-TEST(ZoomHistory, ResetViewElsewhereIsUndoneByBack) {
-    ZoomHistory h;
-    h.zoomIntoRect(10, 10, 20, 20, 100, 100, kBox);
-    const Viewport zoomed = h.current();
+    h.forward();
     ASSERT_TRUE(h.resetView());
     EXPECT_EQ(h.current(), kHomeView);
     ASSERT_TRUE(h.back().moved);
     EXPECT_EQ(h.current(), zoomed);
 }
 
-struct LimitCase {
-    double zoomLevel;
-    ZoomOutcome outcome;
-};
-
-class ZoomLimit : public ::testing::TestWithParam<LimitCase> {};
-
-TEST_P(ZoomLimit, RefusalLeavesEverythingAsItWas) {
-    ZoomHistory h;
-    h.zoomIntoRect(10, 10, 20, 20, 100, 100, kBox);
-    h.back();  // forward stack and outgoing selection now hold something
-    // Pixel (0, 0) of a 2 x 2 buffer over a view 2w wide is exactly w wide.
-    const double w = kInitialWidth / GetParam().zoomLevel;
-    h.setBounds({0.0, 2 * w, 0.0, 2 * w});
-    const ZoomHistory before = h;
-
-    ASSERT_EQ(h.zoomIntoRect(0, 0, 1, 1, 2, 2, kBox), GetParam().outcome);
-    if (GetParam().outcome != ZoomOutcome::refusedAtLimit) return;
-    EXPECT_EQ(h.current(), before.current());
-    EXPECT_EQ(h.backStack(), before.backStack());
-    EXPECT_EQ(h.forwardStack(), before.forwardStack());
-    EXPECT_EQ(h.outgoingSelection(), before.outgoingSelection());
+// At 5e15 the zoom is refused and leaves everything as it was; just below it zooms.
+TEST(ZoomHistory, TheLimitRefusesAndLeavesEverythingAsItWas) {
+    for (const auto& [zoomLevel, outcome] : {std::pair{5e15, ZoomOutcome::refusedAtLimit}, {4.9e15, ZoomOutcome::zoomed}}) {
+        SCOPED_TRACE(zoomLevel);
+        ZoomHistory h;
+        h.zoomIntoRect(10, 10, 20, 20, 100, 100, kBox);
+        h.back();  // forward stack and outgoing selection now hold something
+        // Pixel (0, 0) of a 2 x 2 buffer over a view 2w wide is exactly w wide.
+        const double w = kInitialWidth / zoomLevel;
+        h.setBounds({0.0, 2 * w, 0.0, 2 * w});
+        const ZoomHistory before = h;
+        ASSERT_EQ(h.zoomIntoRect(0, 0, 1, 1, 2, 2, kBox), outcome);
+        if (outcome != ZoomOutcome::refusedAtLimit) continue;
+        EXPECT_EQ(h.current(), before.current());
+        EXPECT_EQ(h.backStack(), before.backStack());
+        EXPECT_EQ(h.forwardStack(), before.forwardStack());
+        EXPECT_EQ(h.outgoingSelection(), before.outgoingSelection());
+    }
 }
 
-INSTANTIATE_TEST_SUITE_P(Levels, ZoomLimit,
-                         ::testing::Values(LimitCase{5e15, ZoomOutcome::refusedAtLimit},
-                                           LimitCase{4.9e15, ZoomOutcome::zoomed}));
-
-struct IgnoredCase {
-    double rw, rh;
-    int bufferW, bufferH;
-};
-
-class ZoomIgnored : public ::testing::TestWithParam<IgnoredCase> {};
-
-TEST_P(ZoomIgnored, TooSmallOrEmptyChangesNothing) {
-    const IgnoredCase c = GetParam();
-    ZoomHistory h;
-    EXPECT_EQ(h.zoomIntoRect(0, 0, c.rw, c.rh, c.bufferW, c.bufferH, kBox), ZoomOutcome::ignored);
-    EXPECT_TRUE(h.backStack().empty());
+// A box under a pixel wide or high, or an empty buffer, changes nothing.
+TEST(ZoomHistory, TooSmallOrEmptyChangesNothing) {
+    for (auto [rw, rh, bufferW] : {std::array<double, 3>{0.99, 10, 100}, {10, 0.5, 100}, {10, 10, 0}}) {
+        ZoomHistory h;
+        EXPECT_EQ(h.zoomIntoRect(0, 0, rw, rh, int(bufferW), 100, kBox), ZoomOutcome::ignored) << rw << " " << rh;
+        EXPECT_TRUE(h.backStack().empty());
+    }
 }
-
-INSTANTIATE_TEST_SUITE_P(Rects, ZoomIgnored,
-                         ::testing::Values(IgnoredCase{0.99, 10, 100, 100},
-                                           IgnoredCase{10, 0.5, 100, 100},
-                                           IgnoredCase{10, 10, 0, 100}));
 
 }  // namespace
 }  // namespace gs

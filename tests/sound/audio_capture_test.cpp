@@ -40,28 +40,16 @@ TEST(FrameChunker, CutsAnyPiecesIntoWholeBuffers) {
     EXPECT_EQ(0, std::memcmp(out.data(), stream.data(), out.size() * sizeof(float)));
 }
 
-struct ChoiceCase {
-    const char* chosen;
-    const char* systemDefault;
-    qsizetype want;
-};
-
-class InputChoice : public ::testing::TestWithParam<ChoiceCase> {};
-
-TEST_P(InputChoice, ChosenThenSystemDefaultThenFirst) {
+TEST(InputChoice, ChosenThenSystemDefaultThenFirst) {
     const QList<QByteArray> ids{"alsa_input.usb", "alsa_input.pci", "bluez_input.headset"};
-    const ChoiceCase c = GetParam();
-    EXPECT_EQ(chooseInputDevice(ids, c.chosen, c.systemDefault), c.want);
+    const struct {
+        const char *chosen, *systemDefault;
+        qsizetype want;
+    } cases[] = {{"bluez_input.headset", "alsa_input.pci", 2}, {"gone", "alsa_input.pci", 1},
+                 {"", "alsa_input.pci", 1}, {"gone", "also.gone", 0}, {"", "", 0}};
+    for (const auto& c : cases) EXPECT_EQ(chooseInputDevice(ids, c.chosen, c.systemDefault), c.want) << c.chosen;
+    EXPECT_EQ(chooseInputDevice({}, "mic", "mic"), -1);  // nothing to choose from
 }
-
-INSTANTIATE_TEST_SUITE_P(Devices, InputChoice,
-                         ::testing::Values(ChoiceCase{"bluez_input.headset", "alsa_input.pci", 2},
-                                           ChoiceCase{"gone", "alsa_input.pci", 1},
-                                           ChoiceCase{"", "alsa_input.pci", 1},
-                                           ChoiceCase{"gone", "also.gone", 0},
-                                           ChoiceCase{"", "", 0}));
-
-TEST(InputChoice, NothingToChooseFrom) { EXPECT_EQ(chooseInputDevice({}, "mic", "mic"), -1); }
 
 }  // namespace
 }  // namespace gs

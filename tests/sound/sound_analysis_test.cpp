@@ -2,6 +2,7 @@
 // double for the packed layout and its factor two, and band limits computed by hand.
 #include <gtest/gtest.h>
 
+#include <array>
 #include <cmath>
 #include <complex>
 #include <numbers>
@@ -136,30 +137,24 @@ TEST(SoundAnalysis, SteadyToneFadesAsTheFloorClimbs) {
     EXPECT_EQ(m[2999].pitchHz, 187.5);  // the pitch does not fade
 }
 
-struct RateCase {
-    double fs;
-    double toneHz;
-    bool pitch, bass, treble;
-};
-
-class SampleRate : public ::testing::TestWithParam<RateCase> {};
-
 // At 150 Hz the vocal range starts beyond the last bin: no pitch while bass still reports. At
 // 2.048 MHz the vocal range is the single bin 1: no pitch either, while the bands report.
-TEST_P(SampleRate, PitchNeedsTwoVocalBins) {
-    const RateCase c = GetParam();
-    SoundAnalysis a;
-    const std::vector<float> t = tone(c.toneHz, c.fs, kN);
-    const auto m = a.analyze(t.data(), t.size(), c.fs);
-    ASSERT_TRUE(m.has_value());
-    EXPECT_EQ(m->pitchHz.has_value(), c.pitch);
-    EXPECT_EQ(m->bassEnergy > 0, c.bass);
-    EXPECT_EQ(m->trebleEnergy > 0, c.treble);
+TEST(SoundAnalysis, PitchNeedsTwoVocalBins) {
+    const struct {
+        double fs, toneHz;
+        bool bass, treble;
+    } cases[] = {{150, 65, true, false}, {2048000, 500, true, true}};
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.fs);
+        SoundAnalysis a;
+        const std::vector<float> t = tone(c.toneHz, c.fs, kN);
+        const auto m = a.analyze(t.data(), t.size(), c.fs);
+        ASSERT_TRUE(m.has_value());
+        EXPECT_FALSE(m->pitchHz.has_value());
+        EXPECT_EQ(m->bassEnergy > 0, c.bass);
+        EXPECT_EQ(m->trebleEnergy > 0, c.treble);
+    }
 }
-
-INSTANTIATE_TEST_SUITE_P(Rates, SampleRate,
-                         ::testing::Values(RateCase{150, 65, false, true, false},
-                                           RateCase{2048000, 500, false, true, true}));
 
 // Inputs the analysis refuses without touching its state.
 TEST(SoundAnalysis, RefusesBuffersItCannotUse) {
@@ -179,90 +174,63 @@ TEST(SoundAnalysis, RefusesBuffersItCannotUse) {
     EXPECT_EQ(a.adaptation(), before);
 }
 
-struct BandCase {
-    double fs;
-    FrequencyRange range;
-    int first, last;
-};
-
-class BandLimits : public ::testing::TestWithParam<BandCase> {};
-
-// One unit of power in a single bin: the band sees it (over its width) only inside its limits.
-TEST_P(BandLimits, CoverTheirBinsInclusive) {
-    const BandCase c = GetParam();
-    const double binHz = c.fs / 2048;
-    const double width = c.last - c.first + 1;
-    for (int k : {c.first - 1, c.first, c.last, c.last + 1}) {
-        if (k < 0 || k > 1023) continue;
-        PowerSpectrum p{};
-        p[static_cast<std::size_t>(k)] = 1.0f;
-        const bool inside = k >= c.first && k <= c.last;
-        EXPECT_EQ(bandEnergy(p, c.range, binHz), inside ? 1.0 / width : 0.0) << "bin " << k;
+// One unit of power in a single bin: the band sees it (over its width) only inside its limits,
+// worked out by hand.
+TEST(BandEnergy, CoversItsBinsInclusive) {
+    const struct {
+        double fs;
+        FrequencyRange range;
+        int first, last;
+    } cases[] = {{48000, SoundAnalysis::bassRange, 2, 10},    {48000, SoundAnalysis::trebleRange, 85, 341},
+                 {48000, SoundAnalysis::vocalRange, 3, 42},   {44100, SoundAnalysis::bassRange, 2, 11},
+                 {44100, SoundAnalysis::trebleRange, 92, 371},
+                 {8000, SoundAnalysis::trebleRange, 512, 1023},  // held at 1023
+                 {2048000, SoundAnalysis::bassRange, 0, 0}};     // one bin
+    for (const auto& c : cases) {
+        const double width = c.last - c.first + 1;
+        for (int k : {c.first - 1, c.first, c.last, c.last + 1}) {
+            if (k < 0 || k > 1023) continue;
+            PowerSpectrum p{};
+            p[static_cast<std::size_t>(k)] = 1.0f;
+            const bool inside = k >= c.first && k <= c.last;
+            EXPECT_EQ(bandEnergy(p, c.range, c.fs / 2048), inside ? 1.0 / width : 0.0) << c.fs << " bin " << k;
+        }
     }
-}
-
-INSTANTIATE_TEST_SUITE_P(
-    HandWorked, BandLimits,
-    ::testing::Values(BandCase{48000, SoundAnalysis::bassRange, 2, 10},
-                      BandCase{48000, SoundAnalysis::trebleRange, 85, 341},
-                      BandCase{48000, SoundAnalysis::vocalRange, 3, 42},
-                      BandCase{44100, SoundAnalysis::bassRange, 2, 11},
-                      BandCase{44100, SoundAnalysis::trebleRange, 92, 371},
-                      BandCase{8000, SoundAnalysis::trebleRange, 512, 1023},      // held at 1023
-                      BandCase{2048000, SoundAnalysis::bassRange, 0, 0}));  // one bin
-
-// At 100 Hz the treble band starts at bin 40960, past the last: no bin, no energy.
-TEST(BandEnergy, EmptyBandReadsZero) {
+    // At 100 Hz the treble band starts at bin 40960, past the last: no bin, no energy.
     PowerSpectrum p;
     p.fill(1.0f);
     EXPECT_EQ(bandEnergy(p, SoundAnalysis::trebleRange, 100.0 / 2048), 0.0);
 }
 
-struct PitchCase {
-    int bin;
-    float power;
-    float tie;  // the same power two bins higher when non-zero
-    std::optional<double> want;
-};
-
-class Pitch : public ::testing::TestWithParam<PitchCase> {};
-
 // At 48 kHz the search runs over bins 3..42 against 3 × the mean of those 40 bins + 0.00005.
-TEST_P(Pitch, SearchTiesAndThreshold) {
-    const PitchCase c = GetParam();
-    PowerSpectrum p{};
-    p[static_cast<std::size_t>(c.bin)] = c.power;
-    if (c.tie > 0) p[static_cast<std::size_t>(c.bin + 2)] = c.tie;
+TEST(PitchOf, SearchTiesAndThreshold) {
+    const struct {
+        int bin;
+        float power;
+        float tie;  // the same power two bins higher when non-zero
+        std::optional<double> want;
+    } cases[] = {{10, 6e-5f, 0, 234.375},         // 6e-5 > 3 × 6e-5 / 40 + 5e-5
+                 {10, 5e-5f, 0, std::nullopt},    // not above the threshold
+                 {10, 1.0f, 1.0f, 234.375},       // a tie keeps the lower bin
+                 {3, 1.0f, 0, 70.3125},           // first bin, below 80 Hz
+                 {2, 1.0f, 0, std::nullopt},      // below the search
+                 {42, 1.0f, 0, 984.375},          // last bin
+                 {43, 1.0f, 0, std::nullopt}};    // above it
     const double binHz = 23.4375;
-    EXPECT_EQ(pitchOf(p, bandEnergy(p, SoundAnalysis::vocalRange, binHz), binHz), c.want);
+    for (const auto& c : cases) {
+        PowerSpectrum p{};
+        p[static_cast<std::size_t>(c.bin)] = c.power;
+        if (c.tie > 0) p[static_cast<std::size_t>(c.bin + 2)] = c.tie;
+        EXPECT_EQ(pitchOf(p, bandEnergy(p, SoundAnalysis::vocalRange, binHz), binHz), c.want) << c.bin << " " << c.power;
+    }
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Spectra, Pitch,
-    ::testing::Values(PitchCase{10, 6e-5f, 0, 234.375},         // 6e-5 > 3 × 6e-5 / 40 + 5e-5
-                      PitchCase{10, 5e-5f, 0, std::nullopt},    // not above the threshold
-                      PitchCase{10, 1.0f, 1.0f, 234.375},       // a tie keeps the lower bin
-                      PitchCase{3, 1.0f, 0, 70.3125},           // first bin, below 80 Hz
-                      PitchCase{2, 1.0f, 0, std::nullopt},      // below the search
-                      PitchCase{42, 1.0f, 0, 984.375},          // last bin
-                      PitchCase{43, 1.0f, 0, std::nullopt}));   // above it
-
-struct LevelCase {
-    double value, floor, peak, want;
-};
-
-class Level : public ::testing::TestWithParam<LevelCase> {};
-
-TEST_P(Level, NormalisesBetweenFloorAndPeak) {
-    const LevelCase c = GetParam();
-    EXPECT_DOUBLE_EQ(normalisedLevel(c.value, c.floor, c.peak), c.want);
+// Between floor and peak; a peak at the floor spans 0.0001.
+TEST(NormalisedLevel, LiesBetweenFloorAndPeak) {
+    for (auto [value, floor, peak, want] : {std::array<double, 4>{0.5, 0.1, 0.9, 0.5}, {0.05, 0.1, 0.9, 0.0},
+                                            {0.00025, 0.0002, 0.0002, 0.5}, {0.0003001, 0.0002, 0.0002, 1.0}})
+        EXPECT_DOUBLE_EQ(normalisedLevel(value, floor, peak), want) << value;
 }
-
-INSTANTIATE_TEST_SUITE_P(
-    Cases, Level,
-    ::testing::Values(LevelCase{0.5, 0.1, 0.9, 0.5}, LevelCase{0.05, 0.1, 0.9, 0.0},
-                      // peak at the floor: the span is 0.0001
-                      LevelCase{0.00025, 0.0002, 0.0002, 0.5}, LevelCase{0.0003001, 0.0002, 0.0002, 1.0}));
 
 }  // namespace
 }  // namespace gs

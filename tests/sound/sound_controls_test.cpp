@@ -8,40 +8,32 @@
 namespace gs {
 namespace {
 
-struct MenuCase {
-    const char* name;
-    QList<AudioInputChoice> inputs;
-    QByteArray chosen;
-    QList<SoundInputMenuEntry> want;
-};
-
-class SoundInputMenu : public ::testing::TestWithParam<MenuCase> {};
-
-TEST_P(SoundInputMenu, ListsTheDefaultFirstAndChecksWhatIsInUse) {
-    EXPECT_EQ(soundInputMenuEntries(GetParam().inputs, GetParam().chosen), GetParam().want);
+TEST(SoundInputMenu, ListsTheDefaultFirstAndChecksWhatIsInUse) {
+    const QList<AudioInputChoice> two{{"alsa_input.usb", "USB Microphone"}, {"alsa_input.pci", "Built-in Audio"}};
+    const struct {
+        const char* name;
+        QList<AudioInputChoice> inputs;
+        QByteArray chosen;
+        QList<SoundInputMenuEntry> want;
+    } cases[] = {
+        {"nothing chosen", two, "",
+         {{"System Default", "", true}, {"USB Microphone", "alsa_input.usb", false},
+          {"Built-in Audio", "alsa_input.pci", false}}},
+        {"chosen and listed", two, "alsa_input.pci",
+         {{"System Default", "", false}, {"USB Microphone", "alsa_input.usb", false},
+          {"Built-in Audio", "alsa_input.pci", true}}},
+        {"chosen but gone", two, "bluez_input.headset",
+         {{"System Default", "", true}, {"USB Microphone", "alsa_input.usb", false},
+          {"Built-in Audio", "alsa_input.pci", false}}},
+        {"no inputs", {}, "alsa_input.usb", {{"System Default", "", true}}},
+        {"same descriptions and none",
+         {{"usb-1", "USB Microphone"}, {"usb-2", "USB Microphone"}, {"odd", " "}},
+         "usb-2",
+         {{"System Default", "", false}, {"USB Microphone (usb-1)", "usb-1", false},
+          {"USB Microphone (usb-2)", "usb-2", true}, {"odd", "odd", false}}},
+    };
+    for (const auto& c : cases) EXPECT_EQ(soundInputMenuEntries(c.inputs, c.chosen), c.want) << c.name;
 }
-
-const QList<AudioInputChoice> kTwo{{"alsa_input.usb", "USB Microphone"}, {"alsa_input.pci", "Built-in Audio"}};
-
-INSTANTIATE_TEST_SUITE_P(
-    Inputs, SoundInputMenu,
-    ::testing::Values(
-        MenuCase{"NothingChosen", kTwo, "",
-                 {{"System Default", "", true}, {"USB Microphone", "alsa_input.usb", false},
-                  {"Built-in Audio", "alsa_input.pci", false}}},
-        MenuCase{"ChosenListed", kTwo, "alsa_input.pci",
-                 {{"System Default", "", false}, {"USB Microphone", "alsa_input.usb", false},
-                  {"Built-in Audio", "alsa_input.pci", true}}},
-        MenuCase{"ChosenGone", kTwo, "bluez_input.headset",
-                 {{"System Default", "", true}, {"USB Microphone", "alsa_input.usb", false},
-                  {"Built-in Audio", "alsa_input.pci", false}}},
-        MenuCase{"NoInputs", {}, "alsa_input.usb", {{"System Default", "", true}}},
-        MenuCase{"SameDescriptionsAndNone",
-                 {{"usb-1", "USB Microphone"}, {"usb-2", "USB Microphone"}, {"odd", " "}},
-                 "usb-2",
-                 {{"System Default", "", false}, {"USB Microphone (usb-1)", "usb-1", false},
-                  {"USB Microphone (usb-2)", "usb-2", true}, {"odd", "odd", false}}}),
-    [](const auto& info) { return std::string(info.param.name); });
 
 // Up: most of the way within a tick, never past the level. Down: 1.2 of full scale a second,
 // in a straight line, never below the level. Levels off the scale count as its ends.

@@ -13,32 +13,25 @@ const SoundMetrics kSilence{};
 const SoundMetrics kLoud{1.0, 1000.0, 1.0, 1.0};
 const SoundState kExcited{0.12, 0.3, 3.5, 0.6};
 
-struct DecayCase {
-    double response;
-    SoundState want;  // after one tick of silence from kExcited
-};
-
-class SilenceDecay : public ::testing::TestWithParam<DecayCase> {};
-
 // Silence: loudness falls at 2.2 × response per second, glow and drama head back to neutral at
-// 6 and 8 × response, and the pitch term holds (no pitch, no new colour).
-TEST_P(SilenceDecay, OneTick) {
-    const DecayCase c = GetParam();
-    SoundTuning t;
-    t.response = c.response;
-    const SoundState s = soundTick(kExcited, kSilence, t, kTick);
-    EXPECT_DOUBLE_EQ(s.soundVolumeDisplacement, c.want.soundVolumeDisplacement);
-    EXPECT_EQ(s.soundHueAnchorShift, 0.3);
-    EXPECT_DOUBLE_EQ(s.soundGlowIntensity, c.want.soundGlowIntensity);
-    EXPECT_DOUBLE_EQ(s.soundReliefDramaBoost, c.want.soundReliefDramaBoost);
+// 6 and 8 × response, and the pitch term holds (no pitch, no new colour); response 0 freezes
+// every term.
+TEST(SoundTick, OneTickOfSilenceDecaysAtTheResponsesRates) {
+    const std::pair<double, SoundState> cases[] = {
+        {1.0, {0.12 * (1 - 2.2 / 30), 0.3, 3.5 - 2.5 * 6 / 30, 0.6 * (1 - 8.0 / 30)}},
+        {2.0, {0.12 * (1 - 4.4 / 30), 0.3, 3.5 - 2.5 * 12 / 30, 0.6 * (1 - 16.0 / 30)}},
+        {0.0, kExcited}};
+    for (const auto& [response, want] : cases) {
+        SCOPED_TRACE(response);
+        SoundTuning t;
+        t.response = response;
+        const SoundState s = soundTick(kExcited, kSilence, t, kTick);
+        EXPECT_DOUBLE_EQ(s.soundVolumeDisplacement, want.soundVolumeDisplacement);
+        EXPECT_EQ(s.soundHueAnchorShift, 0.3);
+        EXPECT_DOUBLE_EQ(s.soundGlowIntensity, want.soundGlowIntensity);
+        EXPECT_DOUBLE_EQ(s.soundReliefDramaBoost, want.soundReliefDramaBoost);
+    }
 }
-
-INSTANTIATE_TEST_SUITE_P(
-    Responses, SilenceDecay,
-    ::testing::Values(DecayCase{1.0, {0.12 * (1 - 2.2 / 30), 0.3, 3.5 - 2.5 * 6 / 30, 0.6 * (1 - 8.0 / 30)}},
-                      DecayCase{2.0, {0.12 * (1 - 4.4 / 30), 0.3, 3.5 - 2.5 * 12 / 30, 0.6 * (1 - 16.0 / 30)}},
-                      // response 0 freezes every term
-                      DecayCase{0.0, kExcited}));
 
 TEST(SoundTick, LongSilenceSettlesAtNeutralButKeepsThePitchTerm) {
     SoundState s = kExcited;
@@ -94,41 +87,26 @@ TEST(SoundTick, NonFiniteTuningLeavesTheTermsAlone) {
     EXPECT_EQ(s, kExcited);
 }
 
-struct PitchCase {
-    double hz, position;
-};
-
-class PitchPosition : public ::testing::TestWithParam<PitchCase> {};
-
-TEST_P(PitchPosition, LogarithmicOver80To1000Hz) {
-    EXPECT_DOUBLE_EQ(vocalPitchPosition(GetParam().hz), GetParam().position);
+TEST(VocalPitchPosition, IsLogarithmicOver80To1000Hz) {
+    for (auto [hz, position] : {std::pair{70.3125, 0.0}, {80.0, 0.0}, {160.0, 0.27443454075003526},
+                                {445.3125, 0.6797047070325206}, {1000.0, 1.0}, {4000.0, 1.0}})
+        EXPECT_DOUBLE_EQ(vocalPitchPosition(hz), position) << hz;
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Pitches, PitchPosition,
-    ::testing::Values(PitchCase{70.3125, 0}, PitchCase{80, 0}, PitchCase{160, 0.27443454075003526},
-                      PitchCase{445.3125, 0.6797047070325206}, PitchCase{1000, 1}, PitchCase{4000, 1}));
-
-struct SwitchCase {
-    bool glow, relief;
-    PaletteMode mode;
-    bool smooth;
-};
-
-class SwitchOn : public ::testing::TestWithParam<SwitchCase> {};
-
-// The palette turns smooth only when relief is being turned on over a random one.
-TEST_P(SwitchOn, SavesFlagsAndDecidesThePalette) {
-    const SwitchCase c = GetParam();
-    EXPECT_EQ(soundSwitchOn(c.glow, c.relief, c.mode), (SoundSwitchOn{c.glow, c.relief, c.smooth}));
+// Switching on keeps the glow and relief flags to restore; the palette turns smooth only when
+// relief is being turned on over a random one.
+TEST(SoundSwitchOn, SavesFlagsAndDecidesThePalette) {
+    const struct {
+        bool glow, relief;
+        PaletteMode mode;
+        bool smooth;
+    } cases[] = {{false, true, PaletteMode::random, false}, {true, false, PaletteMode::random, true},
+                 {false, false, PaletteMode::random, true}, {false, false, PaletteMode::smooth, false},
+                 {true, true, PaletteMode::smooth, false}};
+    for (const auto& c : cases)
+        EXPECT_EQ(soundSwitchOn(c.glow, c.relief, c.mode), (SoundSwitchOn{c.glow, c.relief, c.smooth}))
+            << c.glow << c.relief << int(c.mode);
 }
-
-INSTANTIATE_TEST_SUITE_P(Flags, SwitchOn,
-                         ::testing::Values(SwitchCase{false, true, PaletteMode::random, false},
-                                           SwitchCase{true, false, PaletteMode::random, true},
-                                           SwitchCase{false, false, PaletteMode::random, true},
-                                           SwitchCase{false, false, PaletteMode::smooth, false},
-                                           SwitchCase{true, true, PaletteMode::smooth, false}));
 
 }  // namespace
 }  // namespace gs
