@@ -56,23 +56,11 @@ struct Recorder {
     }
 };
 
-TEST(ViewGestures, PinchNearTheLeftEdgeIsClippedAndZoomsAsClipped) {
-    Recorder r;
-    pinch(&r.view, {10, 150}, 1.0);  // 0.12 of the view: 48 x 36 points
-    ASSERT_EQ(r.box(), (RectF{0, 132, 34, 36}));
-    EXPECT_EQ(r.selections.back(), r.box());
-
-    r.clickAndWait({5, 140});
-    ASSERT_EQ(r.zooms.size(), 1u);
-    const double s = r.view.deviceScale();
-    EXPECT_EQ(r.zooms[0], (RectF{0, 132 * s, 34 * s, 36 * s}));
-    EXPECT_FALSE(r.box());
-    EXPECT_EQ(r.selections.back(), std::nullopt);
-}
-
 TEST(ViewGestures, ClicksOutsideDismissAndDoubleClicksAskForAPaletteNeverZooming) {
     Recorder r;
     pinch(&r.view, {200, 150}, 1.0);
+    ASSERT_TRUE(r.box());
+    EXPECT_EQ(r.selections.back(), r.box());  // the new box is announced
     click(&r.view, {200, 150});  // a double click inside the box keeps it
     test::mouse(&r.view, QEvent::MouseButtonDblClick, {200, 150}, Qt::LeftButton, Qt::LeftButton);
     test::mouse(&r.view, QEvent::MouseButtonRelease, {200, 150}, Qt::LeftButton, Qt::NoButton);
@@ -82,6 +70,7 @@ TEST(ViewGestures, ClicksOutsideDismissAndDoubleClicksAskForAPaletteNeverZooming
 
     r.clickAndWait({20, 20});
     EXPECT_FALSE(r.box());
+    EXPECT_EQ(r.selections.back(), std::nullopt);
     const auto notifications = r.selections.size();
     click(&r.view, {200, 150});  // no box: a click does nothing
     QTest::qWait(QApplication::doubleClickInterval() + 50);
