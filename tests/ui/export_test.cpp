@@ -6,9 +6,9 @@
 #include <QFile>
 #include <QMenu>
 #include <QStandardPaths>
-#include <cmath>
 
 #include "export/export_test_support.h"
+#include "fake_microphone.h"
 #include "ui/julia_view.h"
 #include "ui/recording_progress.h"
 #include "ui_test_support.h"
@@ -18,25 +18,10 @@ namespace {
 
 const QString kCouldntRecord = QStringLiteral("Couldn't Record|The palette animation couldn't be created.");
 
-// A microphone that delivers a tone when told to.
-struct ToneMicrophone final : AudioInput {
-    BufferHandler deliver;
-    bool start(BufferHandler onBuffer, std::function<void()>, QString&) override {
-        deliver = std::move(onBuffer);
-        return true;
-    }
-    void stop() override { deliver = nullptr; }
-    void play(float amplitude) {
-        std::vector<float> tone(2048);
-        for (std::size_t i = 0; i < tone.size(); ++i) tone[i] = amplitude * float(std::sin(0.0576 * double(i)));
-        deliver(tone.data(), tone.size(), 48000.0);
-    }
-};
-
 // The explorer with its export dialogs recorded instead of shown: each save dialog's offer,
 // each progress display's frames and its cancel, each titled alert.
 struct ExportWindow : PrivateTempDir {
-    ToneMicrophone* microphone = new ToneMicrophone;
+    FakeMicrophone* microphone = new FakeMicrophone;
     std::unique_ptr<Explorer> e;
     std::vector<MacViewController::SaveOffer> offers;
     std::function<void(const QString&)> choose;  // the last dialog's answer

@@ -26,12 +26,13 @@ struct FakeMicrophone final : AudioInput {
         return true;
     }
     void stop() override { deliver = nullptr, lost = nullptr; }
-    // A loud 440 Hz tone: loudness and a pitch.
-    void playLoudTone() {
+    // A 440 Hz tone of the given amplitude (0: silence); a loud one has loudness and a pitch.
+    void play(float amplitude) {
         std::vector<float> tone(2048);
-        for (std::size_t i = 0; i < tone.size(); ++i) tone[i] = 0.8f * float(std::sin(0.0576 * double(i)));
+        for (std::size_t i = 0; i < tone.size(); ++i) tone[i] = amplitude * float(std::sin(0.0576 * double(i)));
         deliver(tone.data(), tone.size(), 48000.0);
     }
+    void playLoudTone() { play(0.8f); }
 };
 
 }  // namespace gs::test
