@@ -127,12 +127,15 @@ TEST(SoundInput, TheRememberedInputIsGivenToTheCaptureAtStartAndOnChange) {
 
 // The Julia companion's colours take the same shift from the sound as the main picture.
 TEST_F(SoundControls, TheJuliaPictureMovesWithTheSound) {
+    // The Julia picture is computed and recoloured on its own worker, which settle() does not
+    // wait for.
+    JuliaView* julia = e.c().juliaView();
     e.c().switchSoundMode(true);
-    ASSERT_TRUE(e.settle());
-    const QImage before = e.c().juliaView()->makeImage().copy();  // the view paints over its own
+    ASSERT_TRUE(e.settle() && waitFor([&] { return !julia->isComputing(); }));
+    const QImage before = julia->makeImage().copy();  // the view paints over its own
     playTone();
+    EXPECT_TRUE(waitFor([&] { return julia->makeImage() != before; }));
     ASSERT_TRUE(e.settle());
-    EXPECT_NE(e.c().juliaView()->makeImage(), before);
 }
 
 }  // namespace
