@@ -45,6 +45,7 @@ void openForReading(const QString& root) {
 struct Fault {
     const char* name;
     bool readOnly;  // else a full disk
+    friend void PrintTo(const Fault& f, std::ostream* os) { *os << f.name; }
 };
 
 class SavingUnderFaults : public ::testing::TestWithParam<Fault> {

@@ -87,6 +87,7 @@ struct Case {
     const char* behaviour;
     bool trusted;
     int seconds;  // the most the case may take
+    friend void PrintTo(const Case& c, std::ostream* os) { *os << c.behaviour << (c.trusted ? "" : " untrusted"); }
 };
 
 class HostileServers : public ::testing::TestWithParam<Case> {
