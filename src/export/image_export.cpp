@@ -29,7 +29,8 @@ std::optional<QString> exportPicture(const QImage& picture, const QDateTime& now
         file.cancelWriting();
         return std::nullopt;
     }
-    if (!file.commit()) return std::nullopt;
+    // commit() would ignore a failed write of the buffered tail (a full disk) and keep a cut file.
+    if (!file.flush() || !file.commit()) return std::nullopt;
     return path;
 }
 

@@ -186,7 +186,8 @@ bool MovieEncoder::finish(QString* error) {
     if (written < 0) return s_->fail(error, ffmpegError("cannot finish the movie file", written));
     avio_flush(s_->io);
     if (s_->io->error < 0) return s_->fail(error, ffmpegError("cannot write the movie file", s_->io->error));
-    if (!s_->file.commit())
+    // commit() would ignore a failed write of the buffered tail (a full disk) and keep a cut file.
+    if (!s_->file.flush() || !s_->file.commit())
         return s_->fail(error, QStringLiteral("cannot save %1: %2").arg(s_->file.fileName(), s_->file.errorString()));
     return true;
 }

@@ -43,8 +43,10 @@ bool writeFileAtomically(const QString& path, const QByteArray& bytes, QString* 
         if (S_ISDIR(target.st_mode)) return fail(error, QStringLiteral("it is a folder"));
         return writeInPlace(path, bytes, error);
     }
+    // The explicit flush matters: commit() flushes too, but ignores a failure of that last write
+    // (a full disk) and would put a short or empty file in place of the old one.
     QSaveFile file(path);
-    if (!file.open(QIODevice::WriteOnly) || file.write(bytes) != bytes.size() || !file.commit()) {
+    if (!file.open(QIODevice::WriteOnly) || file.write(bytes) != bytes.size() || !file.flush() || !file.commit()) {
         const QString why = file.errorString();
         file.cancelWriting();
         return fail(error, why);

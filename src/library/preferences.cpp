@@ -2,6 +2,7 @@
 
 #include <QDir>
 #include <QFile>
+#include <QLockFile>
 #include <QStandardPaths>
 
 #include "tuning_json.h"
@@ -41,9 +42,22 @@ bool isDamaged(const QString& path) {
     return text.contains("@Variant(") || text.contains("@DateTime(");
 }
 
+// QSettings guards each write with "<name>.lock", which names its owner. One killed between
+// creating that file and writing the owner in it names nobody, and QSettings would wait until
+// it is half a minute old before taking it over, with the window frozen meanwhile. Only one
+// instance of the program runs, so such a lock is left over and goes.
+void removeOwnerlessLock(const QString& path) {
+    const QString lockPath = path + QStringLiteral(".lock");
+    qint64 pid = 0;
+    QString hostName, appName;
+    if (QFile::exists(lockPath) && !QLockFile(lockPath).getLockInfo(&pid, &hostName, &appName))
+        QFile::remove(lockPath);
+}
+
 }  // namespace
 
 PreferencesStore::DamageCheck::DamageCheck(const QString& path) {
+    removeOwnerlessLock(path);
     if (!isDamaged(path)) return;
     const QString aside = path + QStringLiteral(".damaged");
     QFile::remove(aside);

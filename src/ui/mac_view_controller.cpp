@@ -46,6 +46,7 @@ MacViewController::MacViewController(QWidget* parent, std::unique_ptr<AudioInput
     restoreWindowPlace();
     regenerate();  // the first picture gets a fresh smooth palette
     refreshControls();
+    if (trace_) listenForTraceCommands();
 }
 
 // Render workers finish before the views and this object go away; they stop at the next row.

@@ -440,6 +440,10 @@ private:
     void showNumericEntry(const TuningSliderSpec& spec);
     void traceTuningSoon();
     void traceTuning() const;
+    // GLIMMERSCAPE_TRACE=1: commands on standard input (mac_view_controller_trace_commands.cpp).
+    void listenForTraceCommands();
+    void answerTraceCommand(const QByteArray& command);
+    void answerPictureCheck();
 
     // Sound mode (mac_view_controller_sound.cpp).
     void buildSoundAnalyzer(std::unique_ptr<AudioInput> input);

@@ -352,15 +352,15 @@ void OnlineLibraryScreen::rebuildList() {
     list_->setFocus(Qt::OtherFocusReason);
 }
 
+// Asks the model entry by entry and touches only the marks that changed: a library of thousands
+// of entries must not rebuild its cells on every click.
 void OnlineLibraryScreen::refreshSelectionMarks() {
     if (!listBuilt_) return;
-    const std::vector<OnlineLibrarySection> sections = modelSections();
     for (int i = 0; i < list_->count(); ++i) {
         QListWidgetItem* item = list_->item(i);
         if (item->data(headerRole).toBool()) continue;
-        const auto s = std::size_t(item->data(sectionRole).toInt());
-        const auto r = std::size_t(item->data(rowRole).toInt());
-        const bool selected = s < sections.size() && r < sections[s].cells.size() && sections[s].cells[r].selected;
+        const bool selected = modelSelected(item->data(sectionRole).toInt(), item->data(rowRole).toInt());
+        if (item->data(selectedRole).toBool() == selected) continue;
         item->setData(selectedRole, selected);
         item->setData(Qt::AccessibleDescriptionRole, selected ? tr("Selected") : QString());
     }
@@ -430,6 +430,14 @@ std::vector<OnlineLibrarySection> OnlineLibraryScreenOf<Kind>::modelSections() c
         sections.push_back(std::move(section));
     }
     return sections;
+}
+
+template <class Kind>
+bool OnlineLibraryScreenOf<Kind>::modelSelected(int section, int row) const {
+    const auto& items = model_->sections();
+    if (section < 0 || row < 0 || std::size_t(section) >= items.size() || std::size_t(row) >= items[std::size_t(section)].size())
+        return false;
+    return model_->isSelected(items[std::size_t(section)][std::size_t(row)]);
 }
 
 template <class Kind>

@@ -69,6 +69,7 @@ protected:
     // The model, as the subclass holds it.
     virtual const LoadState& modelState() const = 0;
     virtual std::vector<OnlineLibrarySection> modelSections() const = 0;
+    virtual bool modelSelected(int section, int row) const = 0;  // false when out of range
     virtual QString modelStatus() const = 0;
     virtual QString modelCredit() const = 0;
     virtual QString modelSelection() const = 0;
@@ -124,6 +125,7 @@ public:
 protected:
     const LoadState& modelState() const override { return model_->loadState(); }
     std::vector<OnlineLibrarySection> modelSections() const override;
+    bool modelSelected(int section, int row) const override;
     QString modelStatus() const override { return model_->statusText(); }
     QString modelCredit() const override { return model_->creditLine(); }
     QString modelSelection() const override { return model_->selectionText(); }

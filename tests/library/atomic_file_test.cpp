@@ -4,6 +4,8 @@
 
 #include <fcntl.h>
 #include <poll.h>
+#include <signal.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -71,6 +73,27 @@ TEST(AtomicFile, ReplacesRegularFilesAndRefusesWhatItCannotWrite) {
     EXPECT_EQ(why.toStdString(), "it is a folder");
     EXPECT_FALSE(writeFileAtomically(dir.filePath(QStringLiteral("no/such/folder/b.txt")), "x", &why));
     EXPECT_FALSE(why.isEmpty());
+}
+
+// On a full disk the buffered bytes fail only when the file is flushed at commit; the old file
+// must stay, not be replaced by an empty one. A file size limit of 0 fails every write the same.
+TEST(AtomicFile, AFullDiskKeepsTheOldFile) {
+    QTemporaryDir dir;
+    const QString file = dir.filePath(QStringLiteral("a.txt"));
+    ASSERT_TRUE(writeFileAtomically(file, "old"));
+    rlimit saved{};
+    ASSERT_EQ(getrlimit(RLIMIT_FSIZE, &saved), 0);
+    const rlimit full{0, saved.rlim_max};
+    const auto previous = signal(SIGXFSZ, SIG_IGN);
+    ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &full), 0);
+    QString why;
+    const bool written = writeFileAtomically(file, "new", &why);
+    setrlimit(RLIMIT_FSIZE, &saved);
+    signal(SIGXFSZ, previous);
+    EXPECT_FALSE(written);
+    EXPECT_FALSE(why.isEmpty());
+    EXPECT_EQ(readAll(file), QByteArray("old"));
+    EXPECT_EQ(QDir(dir.path()).entryList(QDir::Files), QStringList{QStringLiteral("a.txt")});
 }
 
 }  // namespace

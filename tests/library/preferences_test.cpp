@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <QDir>
+#include <QElapsedTimer>
 #include <QFile>
 #include <QLocale>
 #include <QTemporaryDir>
@@ -83,6 +84,21 @@ TEST_F(Preferences, SaveWritesLocaleFreeTextAndSkipsOnlyATuningItCannotEncode) {
 }
 
 // Whatever the file holds, loading finishes and every value falls back.
+// A write killed right after creating its lock file leaves the lock empty; the next store must
+// neither wait for it to age (QSettings takes half a minute) nor fail to write.
+TEST_F(Preferences, AnEmptyLockLeftByAKilledWriteIsTakenOverAtOnce) {
+    test::writeAll(path() + QStringLiteral(".lock"), QByteArray());
+    QElapsedTimer clock;
+    clock.start();
+    {
+        PreferencesStore store(path());
+        store.setLibraryUrl(QStringLiteral("https://example.org/"));
+        store.sync();
+    }
+    EXPECT_LT(clock.elapsed(), 5000);
+    EXPECT_EQ(PreferencesStore(path()).libraryUrl(), QStringLiteral("https://example.org/"));
+}
+
 class DamagedSettings : public Preferences, public ::testing::WithParamInterface<QByteArray> {};
 
 TEST_P(DamagedSettings, ReadAsDefaults) {
