@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # End to end: a storm of input on a virtual X display. Starts the real program at a deep view
-# (a built-in bookmark given as a link) and sends 500 random actions, paced to fit in about a
+# (a built-in bookmark given as a link, zoomed further) and sends 500 random actions, paced to fit in about a
 # minute: wheel and keyboard zooms, drags and clicks on the picture, history steps, window
 # resizes, the shadings and a new palette, palette animation and auto-explore switched on and
 # off. Then it switches motion off and asks the program, on its standard input, for "ping"
@@ -40,18 +40,35 @@ window=$(xdotool search --onlyvisible --name '^Glimmerscape$' | head -n 1)
 [ -n "$window" ] || fail "no window"
 xdotool mousemove $((px + pw / 2)) $((py + ph / 2)) click 1
 sleep 0.5
+# Eight zooms into the middle first ("+" doubles): a history deep enough that walking back rarely
+# reaches home.
+for _ in $(seq 8); do xdotool key plus; sleep 0.3; done
 
-# A random point on the picture as it is now (the window moves and resizes).
+# A random point on the picture as it is now (the window moves and resizes), and the power of
+# ten of the last picture's zoom (0 below 10 thousand, where the zoom is written plainly).
+deep_actions=0
 spot() {
-    local line geometry
+    local line zoom
     line=$(grep '^picture complete' "$work/out" | tail -n 1)
     IFS=, read -r px py pw ph <<<"$(field picture "$line")"
+    zoom=$(field zoom "$line")
+    power=0
+    case $zoom in *×10*)
+        power=$(sed 's/.*×10//; s/×$//; s/⁰/0/g; s/¹/1/g; s/²/2/g; s/³/3/g; s/⁴/4/g; s/⁵/5/g; s/⁶/6/g; s/⁷/7/g; s/⁸/8/g; s/⁹/9/g' <<<"$zoom")
+        deep_actions=$((deep_actions + 1)) ;;
+    esac
     x=$((px + 10 + RANDOM % (pw > 20 ? pw - 20 : 1)))
     y=$((py + 10 + RANDOM % (ph > 20 ? ph - 20 : 1)))
 }
 act() {
     spot
-    case $((RANDOM % 16)) in
+    local choice=$((RANDOM % 16))
+    # The storm stays deep but clear of the zoom limit (5×10¹⁵, which resets the view): away from
+    # the deep view, steps further out (wheel out, history back, minus) zoom in instead; near the
+    # limit, zooms in zoom out.
+    [ "$power" -lt 8 ] && case $choice in 3 | 7 | 13) choice=6 ;; esac
+    [ "$power" -ge 12 ] && case $choice in 0 | 1 | 2 | 6 | 15) choice=3 ;; esac
+    case $choice in
     0 | 1 | 2) xdotool mousemove $x $y click 4 ;;  # wheel zoom in
     3) xdotool mousemove $x $y click 5 ;;          # and out, less often: the view stays deep
     4) xdotool mousemove $x $y mousedown 1 mousemove $((x + RANDOM % 60)) $((y + RANDOM % 60)) mouseup 1 ;;
@@ -76,7 +93,8 @@ for i in $(seq "$actions"); do
     [ "$ahead" -gt 0 ] && sleep "0.$(printf %03d $((ahead > 999 ? 999 : ahead)))"
 done
 storm_ms=$(( ($(date +%s%N) - start) / 1000000 ))
-echo "storm: $actions actions in $storm_ms ms, $(grep -c '^picture complete' "$work/out") pictures completed"
+echo "storm: $actions actions in $storm_ms ms, $deep_actions of them at a deep view," \
+    "$(grep -c '^picture complete' "$work/out") pictures completed"
 
 # Sends a command and waits up to $2 seconds for the first new line starting with $3.
 ask() {
