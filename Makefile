@@ -14,6 +14,7 @@ DEBIAN_PACKAGES := cmake ninja-build g++ pkg-config \
 # The fuzz targets (fuzz/README.md) build with clang in their own directory.
 FUZZ_BUILD ?= build-fuzz
 FUZZ_SECONDS ?= 1800
+FUZZ_INPUTS ?= -1
 FUZZ_DEBIAN_PACKAGES := clang libclang-rt-14-dev
 
 .PHONY: all deps configure build run test bench clean fuzz-build fuzz fuzz-smoke
@@ -65,7 +66,7 @@ fuzz-build:
 	else echo "clang++ not found: the fuzz targets are not built"; fi
 
 fuzz: fuzz-build
-	fuzz/run.sh $(FUZZ_BUILD) $(FUZZ_SECONDS)
+	fuzz/run.sh $(FUZZ_BUILD) $(FUZZ_SECONDS) $(FUZZ_INPUTS)
 
 fuzz-smoke: fuzz-build
 	fuzz/run.sh $(FUZZ_BUILD) 30
