@@ -71,8 +71,17 @@ fuzz: fuzz-build
 fuzz-smoke: fuzz-build
 	fuzz/run.sh $(FUZZ_BUILD) 30
 
+# The builds of CMakePresets.json, each in its own folder (release shares build/ with `make test`):
+# each target configures, builds and runs that preset's tests. asan runs the whole suite under
+# AddressSanitizer and UndefinedBehaviorSanitizer, tsan the threaded engine's suites under
+# ThreadSanitizer (tools/sanitizers/ holds their suppressions).
+.PHONY: dev release asan tsan
+dev release asan tsan: deps
+	@preset=$$(case $@ in asan) echo asan-ubsan;; *) echo $@;; esac); \
+	cmake --preset $$preset && cmake --build --preset $$preset && ctest --preset $$preset
+
 clean:
-	rm -rf $(BUILD) $(FUZZ_BUILD)
+	rm -rf $(BUILD) $(FUZZ_BUILD) build-dev build-asan build-tsan
 
 .PHONY: icons register-scheme unregister-scheme
 

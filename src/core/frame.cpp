@@ -1,7 +1,6 @@
 #include "frame.h"
 
 #include <oneapi/tbb/blocked_range.h>
-#include <oneapi/tbb/parallel_for.h>
 
 #include <algorithm>
 #include <atomic>
@@ -9,6 +8,7 @@
 #include <cstring>
 #include <limits>
 
+#include "core/parallel_for.h"
 #include "fatal.h"
 
 namespace gs {
@@ -71,7 +71,7 @@ void colourRow(const RenderRequest& r, const PixelExtendedData* data, std::uint8
 
 template <class RowFn>
 void forEachRow(int height, RowFn&& fn) {
-    tbb::parallel_for(tbb::blocked_range<int>(0, height), [&](const tbb::blocked_range<int>& rows) {
+    parallelFor(tbb::blocked_range<int>(0, height), [&](const tbb::blocked_range<int>& rows) {
         for (int row = rows.begin(); row != rows.end(); ++row) fn(row);
     });
 }

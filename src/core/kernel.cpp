@@ -6,8 +6,9 @@
 
 // The scalar kernel is built twice, for baseline x86-64 and for x86-64-v3, so that std::fma
 // becomes one instruction where the CPU has it (otherwise it is a correctly rounded library
-// call). The results are identical either way.
-#if defined(__x86_64__) && defined(__GNUC__) && !defined(__clang__)
+// call). The results are identical either way. Not under ThreadSanitizer: it instruments the
+// resolver that picks a clone, which runs before its runtime is set up.
+#if defined(__x86_64__) && defined(__GNUC__) && !defined(__clang__) && !defined(__SANITIZE_THREAD__)
 #define GS_CLONES [[gnu::target_clones("arch=x86-64-v3", "default")]]
 #else
 #define GS_CLONES

@@ -1,15 +1,16 @@
 #include "render_rows.h"
 
 #include <oneapi/tbb/blocked_range.h>
-#include <oneapi/tbb/parallel_for.h>
 #include <oneapi/tbb/task_group.h>
+
+#include "core/parallel_for.h"
 
 namespace gs {
 
 bool forEachCurrentRow(int height, const RenderTicket& ticket, const std::function<void(int)>& rowFn) {
     tbb::task_group_context context;
     std::atomic<bool> dropped{false};
-    tbb::parallel_for(
+    parallelFor(
         tbb::blocked_range<int>(0, height),
         [&](const tbb::blocked_range<int>& rows) {
             for (int row = rows.begin(); row != rows.end(); ++row) {

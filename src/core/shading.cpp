@@ -7,13 +7,13 @@
 #include "core/shading.h"
 
 #include <oneapi/tbb/blocked_range.h>
-#include <oneapi/tbb/parallel_for.h>
 
 #include <algorithm>
 #include <cmath>
 #include <numbers>
 
 #include "core/fatal.h"
+#include "core/parallel_for.h"
 
 namespace gs {
 namespace {
@@ -198,8 +198,8 @@ void buildElevation(const PixelExtendedData* data, std::size_t count, std::int32
     if (maxIter < 1 || !(logMaxIter > 0)) return;
     const auto denominator = static_cast<float>(logMaxIter);
     float* out = cache.data();
-    tbb::parallel_for(tbb::blocked_range<std::size_t>(0, count, 4096),
-                      [&](const tbb::blocked_range<std::size_t>& range) {
+    parallelFor(tbb::blocked_range<std::size_t>(0, count, 4096),
+                [&](const tbb::blocked_range<std::size_t>& range) {
         for (std::size_t i = range.begin(); i != range.end(); ++i) {
             const double nu = data[i].nu;
             if (!(nu < maxIter)) {
@@ -261,7 +261,7 @@ void applyReliefRow(std::uint8_t* pixels, const float* elevation, int width, int
 void applyRelief(std::uint8_t* pixels, const float* elevation, int width, int height,
                  const ReliefLight& light, const ShadingTuning& tuning) {
     if (width < 1 || height < 1) return;
-    tbb::parallel_for(tbb::blocked_range<int>(0, height), [&](const tbb::blocked_range<int>& rows) {
+    parallelFor(tbb::blocked_range<int>(0, height), [&](const tbb::blocked_range<int>& rows) {
         for (int row = rows.begin(); row != rows.end(); ++row)
             applyReliefRow(pixels, elevation, width, height, row, light, tuning);
     });

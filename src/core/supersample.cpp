@@ -1,7 +1,6 @@
 #include "supersample.h"
 
 #include <oneapi/tbb/blocked_range.h>
-#include <oneapi/tbb/parallel_for.h>
 
 #include <algorithm>
 #include <array>
@@ -10,6 +9,7 @@
 #include <cstring>
 #include <vector>
 
+#include "core/parallel_for.h"
 #include "fatal.h"
 
 namespace gs {
@@ -153,7 +153,7 @@ std::uint64_t renderSupersampled(const RenderRequest& r, int samplesPerSide, Fra
     const auto w = static_cast<std::size_t>(r.width);
     if (r.relief) frame.elevation.assign(frame.pixelCount(), 0.0f);
     std::atomic<std::uint64_t> total{0};
-    tbb::parallel_for(tbb::blocked_range<int>(0, r.height), [&](const tbb::blocked_range<int>& rows) {
+    parallelFor(tbb::blocked_range<int>(0, r.height), [&](const tbb::blocked_range<int>& rows) {
         std::uint64_t iterations = 0;
         SampleScratch& s = sampleScratch(w * static_cast<std::size_t>(n), w);
         for (int row = rows.begin(); row != rows.end(); ++row) {

@@ -1,7 +1,6 @@
 #include "palette_animation.h"
 
 #include <oneapi/tbb/blocked_range.h>
-#include <oneapi/tbb/parallel_for.h>
 
 #include <algorithm>
 #include <atomic>
@@ -10,6 +9,7 @@
 #include <vector>
 
 #include "core/fatal.h"
+#include "core/parallel_for.h"
 
 namespace gs {
 namespace {
@@ -181,7 +181,7 @@ void PaletteCycleFrames::keepInputs() {
     kept_.prepare(colourInputKey(colours), data_->size());
     const auto w = static_cast<std::size_t>(size_.width);
     std::atomic<bool> allKept{true};
-    tbb::parallel_for(tbb::blocked_range<int>(0, size_.height), [&](const tbb::blocked_range<int>& rows) {
+    parallelFor(tbb::blocked_range<int>(0, size_.height), [&](const tbb::blocked_range<int>& rows) {
         std::vector<std::uint8_t> scratch(w * 4);
         for (int row = rows.begin(); row != rows.end(); ++row) {
             const std::size_t at = static_cast<std::size_t>(row) * static_cast<std::size_t>(sourceWidth_);
@@ -235,7 +235,7 @@ void PaletteCycleFrames::colourRows(std::int64_t i, int row, int count, std::uin
 void PaletteCycleFrames::colourFrame(std::int64_t i, std::uint8_t* bgra) {
     const ColorParams colours = frameColours(i);
     const std::ptrdiff_t stride = static_cast<std::ptrdiff_t>(size_.width) * 4;
-    tbb::parallel_for(tbb::blocked_range<int>(0, size_.height), [&](const tbb::blocked_range<int>& rows) {
+    parallelFor(tbb::blocked_range<int>(0, size_.height), [&](const tbb::blocked_range<int>& rows) {
         for (int row = rows.begin(); row != rows.end(); ++row) colourRow(colours, row, bgra + row * stride);
     });
 }

@@ -3,7 +3,6 @@
 #include <oneapi/tbb/blocked_range.h>
 #include <oneapi/tbb/enumerable_thread_specific.h>
 #include <oneapi/tbb/info.h>
-#include <oneapi/tbb/parallel_for.h>
 #include <oneapi/tbb/task_arena.h>
 
 #include <QUuid>
@@ -16,6 +15,7 @@
 #include <thread>
 #include <vector>
 
+#include "core/parallel_for.h"
 #include "export/temporary_location.h"
 
 namespace gs {
@@ -192,8 +192,8 @@ void MovieFrameMaker::make(std::int64_t i, YuvFrame& out) {
     const int bands = (height + kBandRows - 1) / kBandRows;
     const std::size_t bandBytes = static_cast<std::size_t>(frames_.width()) * 4 * kBandRows;
     const std::ptrdiff_t stride = static_cast<std::ptrdiff_t>(frames_.width()) * 4;
-    bands_->arena.execute([&] {
-        tbb::parallel_for(tbb::blocked_range<int>(0, bands), [&](const tbb::blocked_range<int>& range) {
+    executeIn(bands_->arena, [&] {
+        parallelFor(tbb::blocked_range<int>(0, bands), [&](const tbb::blocked_range<int>& range) {
             Bands::Band& band = bands_->perThread.local();
             if (band.bgra.size() != bandBytes) band.bgra.assign(bandBytes, 0);
             for (int b = range.begin(); b != range.end(); ++b) {

@@ -1,7 +1,6 @@
 #include "ui/julia_view.h"
 
 #include <oneapi/tbb/blocked_range.h>
-#include <oneapi/tbb/parallel_for.h>
 
 #include <QContextMenuEvent>
 #include <QKeyEvent>
@@ -12,6 +11,7 @@
 #include <cmath>
 
 #include "core/fatal.h"
+#include "core/parallel_for.h"
 
 namespace gs {
 
@@ -27,7 +27,7 @@ namespace {
 
 template <class RowFn>
 void forEachRow(int height, RowFn&& fn) {
-    tbb::parallel_for(tbb::blocked_range<int>(0, height), [&](const tbb::blocked_range<int>& rows) {
+    parallelFor(tbb::blocked_range<int>(0, height), [&](const tbb::blocked_range<int>& rows) {
         for (int row = rows.begin(); row != rows.end(); ++row) fn(row);
     });
 }

@@ -13,6 +13,7 @@
 #include "ui/julia_view.h"
 #include "ui/mandelbrot_view.h"
 #include "ui/recording_progress.h"
+#include "ui/tuning_panel_view.h"
 
 namespace gs {
 
@@ -50,9 +51,12 @@ MacViewController::MacViewController(QWidget* parent, std::unique_ptr<AudioInput
 }
 
 // Render workers finish before the views and this object go away; they stop at the next row.
+// Closing the window as its QWidget part goes hides the tuning panel, and an open help card
+// would then report back to this object when it is already gone.
 MacViewController::~MacViewController() {
     stopWorkers_->store(true);
     renderPool_.waitForDone();
+    if (tuningPanel_) tuningPanel_->onHelpChanged = nullptr;
 }
 
 bool MacViewController::workersIdle() const { return renderPool_.activeThreadCount() == 0; }

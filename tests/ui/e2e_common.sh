@@ -18,6 +18,10 @@ cleanup() {
     [ -n "$app_pid" ] && kill "$app_pid" 2>/dev/null
     [ -n "$xvfb_pid" ] && kill "$xvfb_pid" 2>/dev/null
     wait $app_pid $xvfb_pid 2>/dev/null  # only these: a script's own helpers may outlive them
+    # In a sanitizer build a report (even one written as the program quit) fails the script.
+    if grep -qE '^==[0-9]+==ERROR|runtime error:|^WARNING: ThreadSanitizer' "$work/err" 2>/dev/null; then
+        echo "FAIL: sanitizer report"; cat "$work/err"; rm -rf "$work"; exit 1
+    fi
     rm -rf "$work"
 }
 trap cleanup EXIT

@@ -10,7 +10,7 @@ program=${1:?usage: e2e_export.sh PATH/TO/glimmerscape}
 exports=$(mktemp -d)  # the program's temporary directory, so nothing is left in /tmp
 export TMPDIR=$exports
 source "$(dirname "$0")/e2e_common.sh"
-trap 'cleanup; rm -rf "$exports"' EXIT
+trap 'rm -rf "$exports"; cleanup' EXIT
 
 wait_for_first_picture
 # The picture as the screen shows it, once two screenshots agree (the repaint follows the trace).

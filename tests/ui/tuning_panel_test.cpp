@@ -70,6 +70,17 @@ TEST_F(Advanced, PressesAndDragsMapTheTrackAbsolutely) {
     EXPECT_EQ(panel().helpCard()->title(), QStringLiteral("FREQUENCY"));
 }
 
+// The window may go away while a help card is open: hiding the panel then must not call back
+// into the half-destroyed window (caught by the sanitizer build).
+TEST_F(Advanced, TheWindowGoesAwayWithAHelpCardOpen) {
+    enter();
+    Slider* frequency = slider("FREQUENCY");
+    ASSERT_TRUE(frequency);
+    press(frequency, Slider::kTrackStart - 11);
+    ASSERT_TRUE(panel().helpCard());
+    e.window.reset();
+}
+
 TEST_F(Advanced, KeyboardAndAccessibilityStepATwentiethGeometricallyOnLogSliders) {
     enter();
     Slider* frequency = slider("FREQUENCY");

@@ -32,7 +32,12 @@ inline void PrintTo(const AlertText& a, std::ostream* os) {
 
 namespace gs::test {
 
+// Sanitizer builds run the engine several times slower, so they wait longer.
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+constexpr int kTimeoutMs = 100000;
+#else
 constexpr int kTimeoutMs = 20000;
+#endif
 
 inline bool waitFor(const std::function<bool()>& done, int timeoutMs = kTimeoutMs) {
     return QTest::qWaitFor(done, timeoutMs);
