@@ -55,6 +55,7 @@ struct BadArgs {
     const char* message;  // the whole error line
     const char* command = "render";
 };
+void PrintTo(const BadArgs& c, std::ostream* os) { *os << c.name; }
 
 class CliRejects : public CliTest, public ::testing::WithParamInterface<BadArgs> {};
 

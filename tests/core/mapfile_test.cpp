@@ -33,6 +33,8 @@ struct ReadCase {
     std::string text;
     aColor first;
 };
+// ctest lists the case by its name rather than its bytes.
+void PrintTo(const ReadCase& c, std::ostream* os) { *os << c.name; }
 
 class MapRead : public ::testing::TestWithParam<ReadCase> {};
 
@@ -78,6 +80,7 @@ struct RejectCase {
     std::string text;
     std::string error;
 };
+void PrintTo(const RejectCase& c, std::ostream* os) { *os << c.name; }
 
 class MapReject : public ::testing::TestWithParam<RejectCase> {};
 

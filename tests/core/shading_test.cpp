@@ -227,6 +227,7 @@ struct FastCase {
     std::int32_t maxIter = 255;
     bool wholeRows = false;  // unusual parameters: every pixel goes to colorPixel
 };
+void PrintTo(const FastCase& c, std::ostream* os) { *os << c.name; }
 
 // clang-format off
 const ShadingTuning kLow{0.4, -2, 0.25, 0, 0.2, 0.3, 0, 0.05, 0.15, 0, 1, 0, 1, 0.6};

@@ -48,6 +48,7 @@ struct RecordCase {
     QJsonValue value;   // undefined: the key is removed
     const char* error;  // nullptr: the record still decodes
 };
+void PrintTo(const RecordCase& c, std::ostream* os) { *os << c.key; }
 
 class Record : public ::testing::TestWithParam<RecordCase> {};
 

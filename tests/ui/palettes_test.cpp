@@ -134,6 +134,7 @@ struct ChangeCase {
     QStringList after;   // the user's palettes afterwards
     QString alertTitle;  // empty: none
 };
+void PrintTo(const ChangeCase& c, std::ostream* os) { *os << c.label; }
 
 class PaletteChanges : public Palettes, public ::testing::WithParamInterface<ChangeCase> {};
 
