@@ -1,5 +1,6 @@
 #include "image_export.h"
 
+#include <QBuffer>
 #include <QImageWriter>
 #include <QSaveFile>
 #include <algorithm>
@@ -22,15 +23,20 @@ std::optional<QString> exportPicture(const QImage& picture, const QDateTime& now
     if (picture.isNull()) return std::nullopt;
     const QString path = imageExportPath(now);
     if (path.isEmpty()) return std::nullopt;
+    // Encoded in memory first: libpng meeting a failed write (a full disk) jumps out of Qt's
+    // writer and leaks its row buffer.
+    QByteArray png;
+    QBuffer buffer(&png);
+    buffer.open(QIODevice::WriteOnly);
+    if (!QImageWriter(&buffer, "png").write(picture)) return std::nullopt;
     QSaveFile file(path);
     if (!file.open(QIODevice::WriteOnly)) return std::nullopt;
-    QImageWriter writer(&file, "png");
-    if (!writer.write(picture)) {
+    // commit() would ignore a failed write of the buffered tail (a full disk) and keep a cut file.
+    if (file.write(png) != png.size() || !file.flush()) {
         file.cancelWriting();
         return std::nullopt;
     }
-    // commit() would ignore a failed write of the buffered tail (a full disk) and keep a cut file.
-    if (!file.flush() || !file.commit()) return std::nullopt;
+    if (!file.commit()) return std::nullopt;
     return path;
 }
 
