@@ -17,16 +17,6 @@ namespace {
 using test::Answer;
 using Entries = QStringList;  // palette names; each one's file is "<name>.map"
 
-// Short limits so that hostile answers end within a second.
-// Under a sanitizer every step is several times slower; an import that should succeed must not
-// run into the limits meant for hostile answers.
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-constexpr auto kStall = std::chrono::milliseconds(1200), kTotal = std::chrono::milliseconds(4000);
-#else
-constexpr auto kStall = std::chrono::milliseconds(300), kTotal = std::chrono::milliseconds(1000);
-#endif
-const OnlineLibraryLimits kTestLimits{{64 << 10, kStall, kTotal},
-                                      {4 << 10, kStall, kTotal}};
 const QString kBase = QStringLiteral("/Glimmerscape/Palettes/");
 
 QByteArray mapBody() { return QByteArray("9 9 9\n").repeated(256); }
@@ -67,7 +57,7 @@ protected:
                 if (!library.isSelected(item)) library.toggleSelection(item);
         const std::size_t before = alerts.size();
         library.importSelected();
-        EXPECT_TRUE(test::waitFor([&] { return alerts.size() > before; }, 5 * static_cast<int>(kTotal.count())));
+        EXPECT_TRUE(test::waitFor([&] { return alerts.size() > before; }, 5 * static_cast<int>(test::kShortTotal.count())));
         return alerts.size() > before ? alerts.back() : AlertText{};
     }
 
@@ -75,7 +65,7 @@ protected:
     QTemporaryDir home;
     PaletteLibrary store{home.filePath(QStringLiteral("Palettes")), QString()};
     OnlinePaletteLibrary library{libraryBaseUrl(server.origin(), LibraryKind::palettes), paletteStoreStep(store),
-                                 kTestLimits};
+                                 test::kShortLimits};
     std::vector<AlertText> alerts;
 };
 
@@ -166,7 +156,7 @@ TEST_F(OnlineLibraryTest, HostileAnswersEndAsFailuresWithoutBlocking) {
     QElapsedTimer clock;
     clock.start();
     EXPECT_EQ(importAll().title, QStringLiteral("Imported 1 of 3"));
-    EXPECT_LT(clock.elapsed(), 3 * kTotal.count());
+    EXPECT_LT(clock.elapsed(), 3 * test::kShortTotal.count());
     EXPECT_GE(ticks, clock.elapsed() / 200);  // the event loop kept turning (loose: CI is busy)
     // The client stopped reading at its cap; the server may still have filled the socket
     // buffers, but a client that kept reading would have taken hundreds of megabytes by now.
@@ -174,7 +164,7 @@ TEST_F(OnlineLibraryTest, HostileAnswersEndAsFailuresWithoutBlocking) {
 
     server.answer(kBase + QStringLiteral("manifest.json"), Answer::endless);
     library.load();
-    EXPECT_TRUE(test::waitFor([&] { return library.loadState().phase == LoadState::Phase::failed; }, 3 * static_cast<int>(kTotal.count())));
+    EXPECT_TRUE(test::waitFor([&] { return library.loadState().phase == LoadState::Phase::failed; }, 3 * static_cast<int>(test::kShortTotal.count())));
 }
 
 // Our own content folder works as a library on a shared drive: its manifest decodes and every

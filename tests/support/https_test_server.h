@@ -7,11 +7,23 @@
 #include <QSslServer>
 #include <QTemporaryDir>
 #include <QUrl>
+#include <chrono>
 #include <functional>
+
+#include "library/online_library.h"
 
 class QSslSocket;
 
 namespace gs::test {
+
+// Short download limits, so that hostile answers end within a second; under a sanitizer every
+// step is several times slower, and an import meant to succeed must not run into them.
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+inline constexpr auto kShortStall = std::chrono::milliseconds(1200), kShortTotal = std::chrono::milliseconds(4000);
+#else
+inline constexpr auto kShortStall = std::chrono::milliseconds(300), kShortTotal = std::chrono::milliseconds(1000);
+#endif
+inline const OnlineLibraryLimits kShortLimits{{64 << 10, kShortStall, kShortTotal}, {4 << 10, kShortStall, kShortTotal}};
 
 // How the server answers a path; a path it does not know gets 404 "Not Found".
 enum class Answer {
