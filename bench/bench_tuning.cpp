@@ -65,7 +65,7 @@ gs::BracketSliderControl* findSlider(gs::TuningPanelView& panel, const char* tit
     for (int t = 0; t < static_cast<int>(panel.tabs().size()); ++t) {
         panel.selectTab(t);
         for (gs::BracketSliderControl* s : panel.sliders())
-            if (s->spec().title == title) return s;
+            if (s->info().title == title) return s;
     }
     return nullptr;
 }

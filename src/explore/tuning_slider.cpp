@@ -86,37 +86,37 @@ std::string formatTuningValue(std::string_view pattern, double value) {
 
 // --- The track -------------------------------------------------------------------------------
 
-double tuningPosition(const TuningSliderSpec& spec, double value) {
-    const double lower = spec.range.lower, upper = spec.range.upper;
-    double p = spec.isLog ? (std::log(std::max(value, lower)) - std::log(lower)) / (std::log(upper) - std::log(lower))
+double tuningPosition(const TuningSliderSpec& info, double value) {
+    const double lower = info.range.lower, upper = info.range.upper;
+    double p = info.isLog ? (std::log(std::max(value, lower)) - std::log(lower)) / (std::log(upper) - std::log(lower))
                           : (value - lower) / (upper - lower);
     if (!(p > 0)) p = 0;  // a value below the range, or not a number
     return std::min(p, 1.0);
 }
 
-double tuningValueAt(const TuningSliderSpec& spec, double position) {
+double tuningValueAt(const TuningSliderSpec& info, double position) {
     const double p = std::clamp(position, 0.0, 1.0);
-    const double lower = spec.range.lower, upper = spec.range.upper;
+    const double lower = info.range.lower, upper = info.range.upper;
     if (p == 0) return lower;  // the ends exactly, not through the logarithms
     if (p == 1) return upper;
-    if (spec.isLog) return std::exp(std::log(lower) + (std::log(upper) - std::log(lower)) * p);
+    if (info.isLog) return std::exp(std::log(lower) + (std::log(upper) - std::log(lower)) * p);
     return lower + (upper - lower) * p;
 }
 
-double tuningStepped(const TuningSliderSpec& spec, double value, int steps) {
-    return tuningValueAt(spec, tuningPosition(spec, value) + kTuningStep * steps);
+double tuningStepped(const TuningSliderSpec& info, double value, int steps) {
+    return tuningValueAt(info, tuningPosition(info, value) + kTuningStep * steps);
 }
 
 // --- Texts -----------------------------------------------------------------------------------
 
-std::vector<std::string> tuningHelpLines(const TuningSliderSpec& spec) {
-    std::string about = spec.about;
+std::vector<std::string> tuningHelpLines(const TuningSliderSpec& info) {
+    std::string about = info.about;
     if (!about.empty()) about[0] = upper(about[0]);
-    std::vector<std::string> lines{about + ".", "Range " + spec.format(spec.range.lower) + " to " +
-                                                    spec.format(spec.range.upper) + "; default " +
-                                                    spec.format(spec.defaultValue) + "."};
-    if (!spec.up.empty()) lines.push_back("Up: " + spec.up + ".");
-    if (!spec.down.empty()) lines.push_back("Down: " + spec.down + ".");
+    std::vector<std::string> lines{about + ".", "Range " + info.format(info.range.lower) + " to " +
+                                                    info.format(info.range.upper) + "; default " +
+                                                    info.format(info.defaultValue) + "."};
+    if (!info.up.empty()) lines.push_back("Up: " + info.up + ".");
+    if (!info.down.empty()) lines.push_back("Down: " + info.down + ".");
     return lines;
 }
 
@@ -130,8 +130,8 @@ std::string capitalizedTitle(std::string_view title) {
     return out;
 }
 
-std::string tuningEntryMessage(const TuningSliderSpec& spec) {
-    return "Enter a value from " + spec.format(spec.range.lower) + " to " + spec.format(spec.range.upper) + ".";
+std::string tuningEntryMessage(const TuningSliderSpec& info) {
+    return "Enter a value from " + info.format(info.range.lower) + " to " + info.format(info.range.upper) + ".";
 }
 
 std::optional<double> parseTuningEntry(std::string_view text, std::string_view pattern) {
@@ -205,8 +205,8 @@ bool tuningOffDefaults(const ExplorerSettings& s) {
 }
 
 void resetTuningTab(const TuningTab& tab) {
-    for (const TuningSliderSpec& spec : tab.specs)
-        if (spec.set && (!spec.isEnabled || spec.isEnabled())) spec.set(spec.defaultValue);
+    for (const TuningSliderSpec& info : tab.sliders)
+        if (info.set && (!info.isEnabled || info.isEnabled())) info.set(info.defaultValue);
 }
 
 }  // namespace gs

@@ -52,7 +52,7 @@ enum class TuningMode { always, distanceEstimation, glow, traps, relief, sound }
 
 struct TuningTab {
     std::string name;
-    std::vector<TuningSliderSpec> specs;
+    std::vector<TuningSliderSpec> sliders;
     std::function<bool()> isModeOn;
     TuningMode mode = TuningMode::always;
 };
@@ -68,21 +68,21 @@ inline constexpr double kTuningStep = 0.05;
 
 // Where value sits on the track, 0 to 1. A logarithmic slider raises a value below its lower
 // end to that end before the logarithm; values outside the range sit at the nearer end.
-double tuningPosition(const TuningSliderSpec& spec, double value);
+double tuningPosition(const TuningSliderSpec& info, double value);
 // The value at a position of the track (clamped to 0..1).
-double tuningValueAt(const TuningSliderSpec& spec, double position);
+double tuningValueAt(const TuningSliderSpec& info, double position);
 // The value `steps` steps from `value` (negative: down); logarithmic sliders step geometrically.
-double tuningStepped(const TuningSliderSpec& spec, double value, int steps);
+double tuningStepped(const TuningSliderSpec& info, double value, int steps);
 
 // --- Texts ---
 
 // The help card: the about text with a capital and a full stop; the range and default in the
 // slider's own format; then "Up: …." and "Down: …." where those texts are not empty.
-std::vector<std::string> tuningHelpLines(const TuningSliderSpec& spec);
+std::vector<std::string> tuningHelpLines(const TuningSliderSpec& info);
 // "EDGE CALM" -> "Edge Calm": the title of the numeric entry.
 std::string capitalizedTitle(std::string_view title);
 // "Enter a value from 0.10 to 8.00."
-std::string tuningEntryMessage(const TuningSliderSpec& spec);
+std::string tuningEntryMessage(const TuningSliderSpec& info);
 // A number typed into the numeric entry: surrounding spaces, a leading "+", the slider's own
 // unit ("%", "°", "×", "/s") and a decimal comma are accepted. Absent when the text is not one
 // finite number. The result is not clamped.

@@ -35,7 +35,7 @@ public:
         return QAccessibleWidget::interface_cast(t);
     }
     QString text(QAccessible::Text t) const override {
-        const TuningSliderSpec& s = slider()->spec();
+        const TuningSliderSpec& s = slider()->info();
         if (t == QAccessible::Name) return QString::fromStdString(s.title);
         if (t == QAccessible::Value) return QString::fromStdString(s.format(slider()->current()));
         if (t == QAccessible::Description) return QString::fromStdString(tuningHelpLines(s).front());
@@ -56,11 +56,11 @@ public:
     }
     QVariant currentValue() const override { return slider()->current(); }
     void setCurrentValue(const QVariant& value) override { slider()->setValueReported(value.toDouble()); }
-    QVariant maximumValue() const override { return slider()->spec().range.upper; }
-    QVariant minimumValue() const override { return slider()->spec().range.lower; }
+    QVariant maximumValue() const override { return slider()->info().range.upper; }
+    QVariant minimumValue() const override { return slider()->info().range.lower; }
     QVariant minimumStepSize() const override {
-        const TuningRange& r = slider()->spec().range;
-        return slider()->spec().isLog ? QVariant(0.0) : QVariant((r.upper - r.lower) * kTuningStep);
+        const TuningRange& r = slider()->info().range;
+        return slider()->info().isLog ? QVariant(0.0) : QVariant((r.upper - r.lower) * kTuningStep);
     }
 };
 
@@ -72,20 +72,20 @@ QAccessibleInterface* sliderAccessibility(const QString& className, QObject* obj
 
 }  // namespace
 
-BracketSliderControl::BracketSliderControl(TuningSliderSpec spec, QWidget* parent)
-    : QWidget(parent), spec_(std::move(spec)) {
+BracketSliderControl::BracketSliderControl(TuningSliderSpec info, QWidget* parent)
+    : QWidget(parent), slider_(std::move(info)) {
     static const bool accessibilityInstalled = (QAccessible::installFactory(sliderAccessibility), true);
     (void)accessibilityInstalled;
     setFocusPolicy(Qt::StrongFocus);
     setAttribute(Qt::WA_Hover);
     setCursor(Qt::PointingHandCursor);
-    setAccessibleName(QString::fromStdString(spec_.title));
+    setAccessibleName(QString::fromStdString(slider_.title));
     refresh();
 }
 
 void BracketSliderControl::refresh() {
-    const double value = spec_.get ? spec_.get() : current_;
-    const bool enabled = !spec_.isEnabled || spec_.isEnabled();
+    const double value = slider_.get ? slider_.get() : current_;
+    const bool enabled = !slider_.isEnabled || slider_.isEnabled();
     if (value == current_ && enabled == enabled_) return;
     current_ = value;
     enabled_ = enabled;
@@ -109,13 +109,13 @@ QSize BracketSliderControl::minimumSizeHint() const {
 
 void BracketSliderControl::stepBy(int steps) {
     if (!enabled_) return;
-    const double value = tuningStepped(spec_, current_, steps);
+    const double value = tuningStepped(slider_, current_, steps);
     if (value != current_) report(value);
 }
 
 void BracketSliderControl::setValueReported(double value) {
     if (!enabled_) return;
-    report(std::clamp(value, spec_.range.lower, spec_.range.upper));
+    report(std::clamp(value, slider_.range.lower, slider_.range.upper));
 }
 
 // The controller applies the value; what it then holds is what the slider shows.
@@ -127,7 +127,7 @@ void BracketSliderControl::report(double value) {
 }
 
 void BracketSliderControl::dragTo(double x) {
-    const double value = tuningValueAt(spec_, (x - kTrackStart) / trackLength());
+    const double value = tuningValueAt(slider_, (x - kTrackStart) / trackLength());
     if (value == current_) return;
     pressMoved_ = true;
     report(value);
@@ -174,8 +174,8 @@ void BracketSliderControl::keyPressEvent(QKeyEvent* event) {
     case Qt::Key_Right: case Qt::Key_Up: stepBy(1); break;
     case Qt::Key_PageDown: stepBy(-kPageSteps); break;
     case Qt::Key_PageUp: stepBy(kPageSteps); break;
-    case Qt::Key_Home: if (enabled_) report(spec_.range.lower); break;
-    case Qt::Key_End: if (enabled_) report(spec_.range.upper); break;
+    case Qt::Key_Home: if (enabled_) report(slider_.range.lower); break;
+    case Qt::Key_End: if (enabled_) report(slider_.range.upper); break;
     case Qt::Key_Return: case Qt::Key_Enter:
         if (enabled_ && onRequestNumericEntry) onRequestNumericEntry();
         break;
@@ -203,7 +203,7 @@ void BracketSliderControl::paintEvent(QPaintEvent*) {
     p.setFont(titleFont(font()));
     const QFontMetrics fm(p.font());
     const int baseline = (height() + fm.ascent() - fm.descent()) / 2;
-    const QString title = fm.elidedText(QString::fromStdString(spec_.title), Qt::ElideRight, kTrackStart - kTouchMargin);
+    const QString title = fm.elidedText(QString::fromStdString(slider_.title), Qt::ElideRight, kTrackStart - kTouchMargin);
     p.setPen(!enabled_ ? style::kTextDim : active ? style::kTextBright : style::kText);
     p.drawText(0, baseline, title);
     if (hasFocus()) {
@@ -215,13 +215,13 @@ void BracketSliderControl::paintEvent(QPaintEvent*) {
     p.setFont(font());
     const QRect valueBox(width() - kValueWidth, 0, kValueWidth, height());
     p.setPen(enabled_ ? style::kTextBright : style::kTextDim);
-    p.drawText(valueBox, Qt::AlignRight | Qt::AlignVCenter, QString::fromStdString(spec_.format(current_)));
+    p.drawText(valueBox, Qt::AlignRight | Qt::AlignVCenter, QString::fromStdString(slider_.format(current_)));
 }
 
 // A hairline track, lit in the accent colour up to the knob.
 void BracketSliderControl::paintTrack(QPainter& p, int centreY) const {
     const double start = kTrackStart, length = trackLength();
-    const double knob = start + length * tuningPosition(spec_, current_);
+    const double knob = start + length * tuningPosition(slider_, current_);
     p.setPen(QPen(style::kBracket, 1));
     p.drawLine(QPointF(start, centreY + 0.5), QPointF(start + length, centreY + 0.5));
     p.setPen(QPen(enabled_ ? style::kAccent : style::kTextDim, 2));

@@ -25,12 +25,12 @@ public:
     static constexpr int kMinTrackLength = 20;
     static constexpr int kTouchMargin = 10;
 
-    explicit BracketSliderControl(TuningSliderSpec spec, QWidget* parent = nullptr);
+    explicit BracketSliderControl(TuningSliderSpec info, QWidget* parent = nullptr);
 
-    const TuningSliderSpec& spec() const { return spec_; }
+    const TuningSliderSpec& info() const { return slider_; }
     double current() const { return current_; }
     bool isSliderEnabled() const { return enabled_; }
-    // Reads the value and the enabled state from the spec again.
+    // Reads the value and the enabled state from the info again.
     void refresh();
     // Track length for the present width: max(width - 46 - 8 - 86, 20).
     int trackLength() const;
@@ -60,7 +60,7 @@ private:
     void report(double value);
     void paintTrack(class QPainter& p, int centreY) const;
 
-    TuningSliderSpec spec_;
+    TuningSliderSpec slider_;
     double current_ = 0;
     bool enabled_ = true;
     bool dragging_ = false;

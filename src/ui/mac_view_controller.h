@@ -437,7 +437,7 @@ private:
     void refreshAdvancedModeIndicator();
     void refreshTuningControls();  // the panel's values and tabs, and the amber dot
     void scheduleTuningRelight();
-    void showNumericEntry(const TuningSliderSpec& spec);
+    void showNumericEntry(const TuningSliderSpec& info);
     void traceTuningSoon();
     void traceTuning() const;
     // GLIMMERSCAPE_TRACE=1: commands on standard input (mac_view_controller_trace_commands.cpp).

@@ -54,16 +54,16 @@ std::vector<TuningTab> MacViewController::buildTuningTabs() {
     std::vector<TuningTab> tabs = tuningTable();
     const QPointer<MacViewController> weak(this);
     for (TuningTab& tab : tabs) {
-        for (TuningSliderSpec& spec : tab.specs) {
-            spec.get = [weak, target = spec.target, neutral = spec.defaultValue] {
+        for (TuningSliderSpec& info : tab.sliders) {
+            info.get = [weak, target = info.target, neutral = info.defaultValue] {
                 return weak ? readTuningTarget(weak->settings_, target) : neutral;
             };
-            spec.set = [weak, target = spec.target](double value) {
+            info.set = [weak, target = info.target](double value) {
                 if (weak) weak->setTuningValue(target, value);
             };
             // The speed only means something while the palette animates.
-            const bool isSpeed = spec.target.kind == TuningTarget::Kind::animationSpeed;
-            spec.isEnabled = [weak, isSpeed] { return !isSpeed || (weak && weak->animateColorsEnabled_); };
+            const bool isSpeed = info.target.kind == TuningTarget::Kind::animationSpeed;
+            info.isEnabled = [weak, isSpeed] { return !isSpeed || (weak && weak->animateColorsEnabled_); };
         }
         tab.isModeOn = [weak, mode = tab.mode] { return weak && effectOn(mode, weak->settings_, weak->soundEnabled_); };
     }
@@ -72,7 +72,7 @@ std::vector<TuningTab> MacViewController::buildTuningTabs() {
 
 TuningPanelView* MacViewController::buildTuningPanel() {
     auto* panel = new TuningPanelView(buildTuningTabs(), this);
-    panel->onRequestNumericEntry = [this](const TuningSliderSpec& spec) { showNumericEntry(spec); };
+    panel->onRequestNumericEntry = [this](const TuningSliderSpec& info) { showNumericEntry(info); };
     panel->onHelpChanged = [this] { traceTuningSoon(); };
     panel->hide();
     addEscapeCommand(tr("Close Help"), EscapeLayer::helpCard, [this] { return tuningPanel_ && tuningPanel_->helpCard(); },
@@ -134,10 +134,10 @@ void MacViewController::refreshTuningControls() {
     refreshAdvancedModeIndicator();
 }
 
-void MacViewController::showNumericEntry(const TuningSliderSpec& spec) {
-    auto* dialog = new TuningEntryDialog(spec, spec.get ? spec.get() : spec.defaultValue, this);
+void MacViewController::showNumericEntry(const TuningSliderSpec& info) {
+    auto* dialog = new TuningEntryDialog(info, info.get ? info.get() : info.defaultValue, this);
     dialog->setAttribute(Qt::WA_DeleteOnClose);
-    dialog->onSet = [set = spec.set](double value) {
+    dialog->onSet = [set = info.set](double value) {
         if (set) set(value);
     };
     returnKeyboardAfter(dialog);
@@ -167,8 +167,8 @@ void MacViewController::traceTuning() const {
     if (tuningPanel_->isVisible()) {
         for (const BracketSliderControl* s : tuningPanel_->sliders()) {
             std::printf("tuning slider=%s at=%s value=%s\n",
-                        qPrintable(QString::fromStdString(s->spec().title).replace(QLatin1Char(' '), QLatin1Char('_'))),
-                        qPrintable(globalBox(s, s->rect())), s->spec().format(s->current()).c_str());
+                        qPrintable(QString::fromStdString(s->info().title).replace(QLatin1Char(' '), QLatin1Char('_'))),
+                        qPrintable(globalBox(s, s->rect())), s->info().format(s->current()).c_str());
         }
     }
     std::fflush(stdout);

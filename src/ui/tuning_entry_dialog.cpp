@@ -9,11 +9,11 @@
 
 namespace gs {
 
-TuningEntryDialog::TuningEntryDialog(const TuningSliderSpec& spec, double current, QWidget* parent)
-    : QDialog(parent), spec_(spec) {
-    setWindowTitle(QString::fromStdString(capitalizedTitle(spec.title)));
-    auto* message = new QLabel(QString::fromStdString(tuningEntryMessage(spec)), this);
-    field_ = new QLineEdit(QString::fromStdString(spec.format(current)), this);
+TuningEntryDialog::TuningEntryDialog(const TuningSliderSpec& info, double current, QWidget* parent)
+    : QDialog(parent), slider_(info) {
+    setWindowTitle(QString::fromStdString(capitalizedTitle(info.title)));
+    auto* message = new QLabel(QString::fromStdString(tuningEntryMessage(info)), this);
+    field_ = new QLineEdit(QString::fromStdString(info.format(current)), this);
     field_->setInputMethodHints(Qt::ImhFormattedNumbersOnly);
     field_->selectAll();
     refusal_ = new QLabel(tr("That is not a number."), this);
@@ -41,14 +41,14 @@ TuningEntryDialog::TuningEntryDialog(const TuningSliderSpec& spec, double curren
 }
 
 bool TuningEntryDialog::submit() {
-    const std::optional<double> value = parseTuningEntry(field_->text().toStdString(), spec_.formatPattern);
+    const std::optional<double> value = parseTuningEntry(field_->text().toStdString(), slider_.formatPattern);
     if (!value) {
         refusal_->show();
         field_->selectAll();
         field_->setFocus();
         return false;
     }
-    if (onSet) onSet(std::clamp(*value, spec_.range.lower, spec_.range.upper));
+    if (onSet) onSet(std::clamp(*value, slider_.range.lower, slider_.range.upper));
     accept();
     return true;
 }

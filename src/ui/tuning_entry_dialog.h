@@ -18,7 +18,7 @@ class TuningEntryDialog : public QDialog {
 
 public:
     // current: the value shown in the field at first (selected, so typing replaces it).
-    TuningEntryDialog(const TuningSliderSpec& spec, double current, QWidget* parent = nullptr);
+    TuningEntryDialog(const TuningSliderSpec& info, double current, QWidget* parent = nullptr);
 
     QLineEdit* field() const { return field_; }
     // What "Set" does: applies the typed number, clamped, and closes; false (and the dialog
@@ -28,7 +28,7 @@ public:
     std::function<void(double)> onSet;
 
 private:
-    TuningSliderSpec spec_;
+    TuningSliderSpec slider_;
     QLineEdit* field_;
     QLabel* refusal_;
 };

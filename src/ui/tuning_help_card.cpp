@@ -21,9 +21,9 @@ void colour(QLabel* label, const QColor& c) {
 
 }  // namespace
 
-TuningHelpCard::TuningHelpCard(const TuningSliderSpec& spec, QWidget* parent)
-    : QFrame(parent), title_(QString::fromStdString(spec.title)) {
-    for (const std::string& line : tuningHelpLines(spec)) lines_ << QString::fromStdString(line);
+TuningHelpCard::TuningHelpCard(const TuningSliderSpec& info, QWidget* parent)
+    : QFrame(parent), title_(QString::fromStdString(info.title)) {
+    for (const std::string& line : tuningHelpLines(info)) lines_ << QString::fromStdString(line);
     setObjectName(QStringLiteral("tuningHelpCard"));
     setFrameShape(QFrame::NoFrame);
     setCursor(Qt::PointingHandCursor);

@@ -17,7 +17,7 @@ class TuningHelpCard : public QFrame {
     Q_OBJECT
 
 public:
-    explicit TuningHelpCard(const TuningSliderSpec& spec, QWidget* parent = nullptr);
+    explicit TuningHelpCard(const TuningSliderSpec& info, QWidget* parent = nullptr);
 
     const QString& title() const { return title_; }
     const QStringList& lines() const { return lines_; }

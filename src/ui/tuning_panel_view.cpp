@@ -113,16 +113,16 @@ void TuningPanelView::buildSliders() {
     for (BracketSliderControl* old : sliders_) delete old;
     sliders_.clear();
     const TuningTab& tab = tabs_.at(static_cast<std::size_t>(selectedIndex_));
-    for (std::size_t i = 0; i < tab.specs.size(); ++i) {
-        auto* slider = new BracketSliderControl(tab.specs[i], this);
-        slider->setObjectName(QStringLiteral("tuningSlider ") + QString::fromStdString(tab.specs[i].title));
+    for (std::size_t i = 0; i < tab.sliders.size(); ++i) {
+        auto* slider = new BracketSliderControl(tab.sliders[i], this);
+        slider->setObjectName(QStringLiteral("tuningSlider ") + QString::fromStdString(tab.sliders[i].title));
         const int index = static_cast<int>(i);
         slider->onChange = [slider](double value) {
-            if (slider->spec().set) slider->spec().set(value);
+            if (slider->info().set) slider->info().set(value);
         };
         slider->onRequestHelp = [this, index] { showHelp(index); };
         slider->onRequestNumericEntry = [this, slider] {
-            if (onRequestNumericEntry) onRequestNumericEntry(slider->spec());
+            if (onRequestNumericEntry) onRequestNumericEntry(slider->info());
         };
         slider->show();
         sliders_.push_back(slider);
@@ -159,7 +159,7 @@ void TuningPanelView::showHelp(int sliderIndex) {
     if (sliderIndex < 0 || sliderIndex >= static_cast<int>(sliders_.size())) return;
     hideHelp();
     const bool docked = layout_ != Layout::overlay;
-    auto* card = new TuningHelpCard(sliders_[static_cast<std::size_t>(sliderIndex)]->spec(),
+    auto* card = new TuningHelpCard(sliders_[static_cast<std::size_t>(sliderIndex)]->info(),
                                     docked || !parentWidget() ? this : parentWidget());
     card->onCloseRequested = [this] { hideHelp(); };
     helpCard_ = card;
@@ -227,14 +227,14 @@ TuningPanelView::Areas TuningPanelView::areasFor(Layout layout) const {
 // The band is as tall as the longest tab's sliders, or as the tallest help card it docks.
 int TuningPanelView::heightFor(Layout layout) const {
     std::size_t most = 0;
-    for (const TuningTab& tab : tabs_) most = std::max(most, tab.specs.size());
+    for (const TuningTab& tab : tabs_) most = std::max(most, tab.sliders.size());
     const int rows = static_cast<int>((most + 1) / 2);
     int content = kTabRowHeight + kTabGap + rows * kRowHeight + (rows - 1) * kRowGap;
     if (layout != Layout::overlay) {
         const int helpWidth = layout == Layout::standard ? kStandardHelpWidth : kWideHelpWidth;
         for (const TuningTab& tab : tabs_)
-            for (const TuningSliderSpec& spec : tab.specs) {
-                TuningHelpCard card(spec);
+            for (const TuningSliderSpec& info : tab.sliders) {
+                TuningHelpCard card(info);
                 card.setFont(font());
                 content = std::max(content, card.heightForWidth(helpWidth));
             }

@@ -6,7 +6,7 @@
 //   standard  the help card has a column of its own at the right end of the band;
 //   wide      as standard, with the sliders held to a comfortable length and the whole band
 //             centred under the picture.
-// Values are read and written through the tab's slider specs only.
+// Values are read and written through the tab's slider sliders only.
 #pragma once
 
 #include <QPointer>
@@ -54,7 +54,7 @@ public:
     // Every slider reads its value and enabled state again; the tabs show which effects are on.
     void refreshValues();
 
-    std::function<void(const TuningSliderSpec& spec)> onRequestNumericEntry;
+    std::function<void(const TuningSliderSpec& info)> onRequestNumericEntry;
     std::function<void()> onHelpChanged;  // a help card was shown or removed
 
 protected:

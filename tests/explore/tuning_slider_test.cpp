@@ -17,8 +17,8 @@ namespace {
 
 const TuningSliderSpec& find(const std::vector<TuningTab>& tabs, std::string_view title) {
     for (const TuningTab& tab : tabs)
-        for (const TuningSliderSpec& spec : tab.specs)
-            if (spec.title == title) return spec;
+        for (const TuningSliderSpec& info : tab.sliders)
+            if (info.title == title) return info;
     throw std::runtime_error("no slider " + std::string(title));
 }
 
@@ -64,7 +64,7 @@ TEST(TuningTable, SixTabsInOrderWithEverySliderExactly) {
     const std::vector<TuningTab> tabs = tuningTable();
     std::size_t row = 0;
     for (const TuningTab& tab : tabs) {
-        for (const TuningSliderSpec& s : tab.specs) {
+        for (const TuningSliderSpec& s : tab.sliders) {
             ASSERT_LT(row, std::size(kRows));
             const Row& r = kRows[row++];
             SCOPED_TRACE(r.title);
@@ -244,9 +244,9 @@ TEST(TuningReset, SetsEnabledSlidersToTheirDefaultsAndKeepsDisabledOnes) {
     s.animationSpeed = 0.5;
     s.tuning.curve = 2;
     bool animating = false;
-    for (TuningSliderSpec& spec : color.specs) {
-        spec.set = [&s, t = spec.target](double v) { writeTuningTarget(s, t, v); };
-        spec.isEnabled = [&animating, speed = spec.title == "SPEED"] { return !speed || animating; };
+    for (TuningSliderSpec& info : color.sliders) {
+        info.set = [&s, t = info.target](double v) { writeTuningTarget(s, t, v); };
+        info.isEnabled = [&animating, speed = info.title == "SPEED"] { return !speed || animating; };
     }
     resetTuningTab(color);
     EXPECT_EQ(s.frequency, 2.0);

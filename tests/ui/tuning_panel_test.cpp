@@ -32,11 +32,11 @@ struct Advanced : ::testing::Test {
     // The slider titled `title`, after selecting its tab.
     Slider* slider(const char* title) {
         for (int t = 0; t < static_cast<int>(panel().tabs().size()); ++t)
-            for (const TuningSliderSpec& spec : panel().tabs()[static_cast<std::size_t>(t)].specs)
-                if (spec.title == title) {
+            for (const TuningSliderSpec& info : panel().tabs()[static_cast<std::size_t>(t)].sliders)
+                if (info.title == title) {
                     panel().selectTab(t);
                     for (Slider* s : panel().sliders())
-                        if (s->spec().title == title) return s;
+                        if (s->info().title == title) return s;
                 }
         ADD_FAILURE() << "no slider " << title;
         return nullptr;
@@ -211,7 +211,7 @@ TEST_F(Advanced, ABurstOfDragStepsIsOneRecolour) {
 TEST_F(Advanced, AccessorsHoldTheControllerWeakly) {
     std::vector<TuningTab> tabs = e.c().buildTuningTabs();
     e.window.reset();
-    const TuningSliderSpec& curve = tabs[0].specs[3];
+    const TuningSliderSpec& curve = tabs[0].sliders[3];
     EXPECT_EQ(curve.get(), 1.0);  // the slider's default
     curve.set(2.0);               // nothing to set
     EXPECT_FALSE(tabs[0].isModeOn());
