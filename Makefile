@@ -6,7 +6,7 @@ BUILD_TYPE ?= RelWithDebInfo
 DEBIAN_PACKAGES := cmake ninja-build g++ pkg-config \
 	qt6-base-dev qt6-qpa-plugins qt6-image-formats-plugins libxkbcommon-dev fonts-dejavu-core libhwy-dev libtbb-dev \
 	libgtest-dev libgmock-dev libbenchmark-dev \
-	xvfb xauth xdotool imagemagick openssl \
+	xvfb xauth xdotool imagemagick openssl python3 \
 	desktop-file-utils appstream xdg-utils \
 	libfftw3-dev qt6-multimedia-dev libpulse-dev pulseaudio pulseaudio-utils sox locales \
 	libavformat-dev libavcodec-dev libavutil-dev ffmpeg
