@@ -20,6 +20,10 @@ struct Confirmation {
     double br = 0, bi = 0;  // B, the multiplier the next confirmation is compared with
 };
 
+// Moves z on by `steps` iterations of the orbit of c, with the kernels' own operations: from a
+// checkpoint's z to a later step's, bit for bit.
+void advanceOrbit(double& zr, double& zi, std::int64_t steps, double cr, double ci);
+
 // The confirmation due at `step` for a lane of parameter c, exactly as the scalar kernel makes
 // it: the orbit is run again from the first match with the scalar kernel's operations in its
 // order, B restarting at each earlier confirmation (which all held, or there would be no

@@ -8,12 +8,15 @@
 //    derivative: a multiply, a fused multiply-add and two additions) is longer than the time its
 //    multiplies take, and the other group fills the gap.
 //  - A step carries z, the derivative, the trap, the cycle detector's product A, the checkpoint
-//    z and the step count, all in registers, and takes its checkpoints (steps 1, 2, 4, ...)
-//    without branching. The detector's second product B (since the last match) is not carried:
-//    it is only read when a confirmation is due, and is then recovered from A.
-//  - A branch leaves the plain step only on a match (a close return with |A| < 1), an escape or
-//    a lane at the ceiling. A mispredicted branch costs this loop some 50 cycles, far more than
-//    the work behind it, so everything that happens often is done without one.
+//    z, the step count and when the lane's candidate cycle has its next confirmation due, all
+//    in registers. It takes its checkpoints (steps 1, 2, 4, ...) and records first matches
+//    (whose A it stores with a masked store) without branching. The detector's second product
+//    B (since the last match) is not carried: it is only read when a confirmation is due, and
+//    is then recovered from A.
+//  - A branch leaves the plain step only on a match at a confirmation's due step, an escape or
+//    a lane at the ceiling. A mispredicted branch throws away the work of the steps already
+//    under way, some hundreds of cycles here, so everything that happens often is done without
+//    one.
 //  - A finished lane takes the next pixel at once. Escapes are queued with their final values
 //    and finished (logarithms, square roots) in batches, which keeps that scalar work out of the
 //    vector loop and lets consecutive pixels' logarithms overlap.
@@ -81,6 +84,13 @@ HWY_INLINE V MinAbs(V a, V b) {
 HWY_INLINE V Norm(V re, V im) { return Fma(re, re, hn::Mul(im, im)); }
 HWY_INLINE V Select(M m, V yes, V no) { return hn::IfThenElse(m, yes, no); }
 HWY_INLINE M None() { return hn::FirstN(D(), 0); }
+// Writes `value` into the lanes `m` of a vector in memory with a whole-vector store: a load of
+// it soon after then takes the data straight from the store, where after a masked store it
+// would wait some fifty cycles for the store to complete.
+HWY_INLINE void Merge(V value, M m, double* field) {
+    const D d;
+    hn::Store(Select(m, value, hn::Load(d, field)), d, field);
+}
 
 // Mask bits, one per lane.
 struct LaneBits {
@@ -95,12 +105,20 @@ struct Orbit {
 };
 
 // One group's loop-carried state, as local variables: never address-taken, so it stays in
-// registers. The group also counts its steps (`time`) to know, without looking at the lanes,
-// when one reaches the ceiling. (The lanes' c, which a step only reads, stays in memory.)
+// registers. The group also counts down the steps until its next lane reaches the ceiling
+// (`left`), to know that without looking at the lanes: a whole number, so that the count and
+// its test stay in a general register. (The lanes' c, which a step only reads, stays in memory.)
 struct Hot {
     Orbit o;
-    V zcr, zci, step, nextCheckpoint;
-    double time, nextCeiling;
+    V zcr, zci, step;
+    // The candidate cycle: `due2`, from which a step k finds whether a confirmation is due:
+    // when k = due2 - (the last checkpoint before k). A first match at step j sets due2 = 2j,
+    // so it is due one period (j - checkpoint) later while the checkpoint is the same; a held
+    // confirmation at k with period p sets due2 = k + p + checkpoint. Once a checkpoint has
+    // passed, due2 - checkpoint falls below the step and never meets it again, as a checkpoint
+    // voids the candidate. -2 (no candidate) never meets a step either.
+    V due2;
+    std::int64_t left, start;  // `start`: the count at the last reload
 };
 
 // The hot state's copy in memory, while lanes are finished and refilled, and the lanes' c
@@ -108,26 +126,29 @@ struct Hot {
 struct HotCopy {
     alignas(64) double zr[kMaxLanes], zi[kMaxLanes], dr[kMaxLanes], di[kMaxLanes];
     alignas(64) double trap[kMaxLanes], ar[kMaxLanes], ai[kMaxLanes], zcr[kMaxLanes];
-    alignas(64) double zci[kMaxLanes], step[kMaxLanes], nextCheckpoint[kMaxLanes];
+    alignas(64) double zci[kMaxLanes], step[kMaxLanes], due2[kMaxLanes];
     alignas(64) double r2[kMaxLanes], cr[kMaxLanes];
+    // A at the candidate's first match (S): written without a branch at every first match, and
+    // read only when a confirmation is due, so it stays in memory.
+    alignas(64) double sr[kMaxLanes], si[kMaxLanes];
 };
 
 #define GS_HOT_FIELDS(X)                                                                  \
     X(o.zr, zr) X(o.zi, zi) X(o.dr, dr) X(o.di, di) X(o.trap, trap) X(o.ar, ar) X(o.ai, ai) \
-    X(zcr, zcr) X(zci, zci) X(step, step) X(nextCheckpoint, nextCheckpoint)
+    X(zcr, zcr) X(zci, zci) X(step, step) X(due2, due2)
 
 // The rest of a group's lane state, read and written only on events. Step and pixel numbers
 // are whole numbers held exactly in doubles.
 struct Group {
     HotCopy hot;
     alignas(64) double ceilingTime[kMaxLanes];  // group time at which the lane reaches the ceiling
-    // The candidate cycle: the step of its first match, its period, the number of confirmations
-    // and, once there are any, the last one's step, multiplier T (with an error bound) and A.
-    alignas(64) double firstMatch[kMaxLanes], period[kMaxLanes], confirmations[kMaxLanes];
+    // The candidate's confirmations, written when one holds: the due2 it set (while the lane's
+    // due2 still equals it, no first match came since, and the candidate is the same), the
+    // step of the candidate's first match, the number of confirmations, the last one's step,
+    // its multiplier T (with an error bound) and A.
+    alignas(64) double confirmedDue2[kMaxLanes], firstMatch[kMaxLanes], confirmations[kMaxLanes];
     alignas(64) double lastMatch[kMaxLanes], tr[kMaxLanes], ti[kMaxLanes], tError[kMaxLanes];
     alignas(64) double lastAr[kMaxLanes], lastAi[kMaxLanes];
-    alignas(64) double zmr[kMaxLanes], zmi[kMaxLanes];  // z at the first match
-    alignas(64) double sr[kMaxLanes], si[kMaxLanes];    // A at the first match (S)
     std::int64_t pixel[kMaxLanes];                      // -1 when the lane is idle
     double time = 0;         // steps taken by the group
     double nextCeiling = 0;  // the earliest ceilingTime
@@ -138,15 +159,15 @@ HWY_INLINE void Spill(const Hot& h, Group& g) {
 #define GS_STORE(f, slot) hn::Store(h.f, D(), g.hot.slot);
     GS_HOT_FIELDS(GS_STORE)
 #undef GS_STORE
-    g.time = h.time;
+    g.time += static_cast<double>(h.start - h.left);
 }
 
 HWY_INLINE void Reload(Hot& h, const Group& g) {
 #define GS_LOAD(f, slot) h.f = hn::Load(D(), g.hot.slot);
     GS_HOT_FIELDS(GS_LOAD)
 #undef GS_LOAD
-    h.time = g.time;
-    h.nextCeiling = g.nextCeiling;
+    // With no lane to reach the ceiling (nextCeiling infinite), a count that never runs out.
+    h.left = h.start = static_cast<std::int64_t>(std::min(g.nextCeiling - g.time, 0x1p62));
 }
 
 // After lanes were refilled: when the group next has a lane at the ceiling.
@@ -529,7 +550,7 @@ HWY_INLINE void Refill(Span& s, Group& g, M done) {
     }
     const M fresh = hn::LoadMaskBits(d, freshBits);
     const V zero = hn::Zero(d), one = hn::Set(d, 1.0), idle = hn::NaN(d);
-    const auto reset = [&](double* field, V value) { hn::BlendedStore(value, done, d, field); };
+    const auto reset = [&](double* field, V value) { Merge(value, done, field); };
     const V steps = hn::Load(d, step), z0r = Select(fresh, hn::Load(d, zr), idle);
     const V z0i = Select(fresh, hn::Load(d, zi), idle);
     HotCopy& c = g.hot;
@@ -544,10 +565,12 @@ HWY_INLINE void Refill(Span& s, Group& g, M done) {
     reset(c.ar, one);
     reset(c.ai, zero);
     reset(c.step, steps);
-    reset(c.nextCheckpoint, Select(hn::Eq(steps, zero), one, hn::Add(steps, steps)));
+    reset(c.sr, zero);
+    reset(c.si, zero);
+    reset(c.due2, hn::Set(d, -2.0));
     const V ceiling = hn::Add(hn::Set(d, g.time), hn::Sub(s.maxIter, steps));
     reset(g.ceilingTime, Select(fresh, ceiling, hn::Set(d, kInf)));
-    for (double* field : {g.firstMatch, g.period, g.confirmations}) reset(field, zero);
+    reset(g.confirmedDue2, idle);
 }
 
 // Finishes the lanes that escaped or ended and refills them, on the group's spilled state.
@@ -616,11 +639,12 @@ struct Estimate {
     V br, bi, error;
 };
 
+// `period` is the number of products since the last match, (sr, si) the candidate's S and
+// `firstConfirmation` the lanes without a counted confirmation yet (their T and A at the last
+// match are S itself).
 HWY_INLINE Estimate EstimateConfirmations(const Span& s, const Group& g, M due, V ar, V ai,
-                                          M firstConfirmation) {
+                                          V sr, V si, V period, M firstConfirmation) {
     const D d;
-    const V sr = hn::Load(d, g.sr), si = hn::Load(d, g.si);
-    // Until the first confirmation, T and A at the last match are S itself.
     const V tr = Select(firstConfirmation, sr, hn::Load(d, g.tr));
     const V ti = Select(firstConfirmation, si, hn::Load(d, g.ti));
     const V tError = Select(firstConfirmation, hn::Zero(d), hn::Load(d, g.tError));
@@ -629,7 +653,7 @@ HWY_INLINE Estimate EstimateConfirmations(const Span& s, const Group& g, M due, 
     const V lastNorm = Norm(lr, li);
     const V br = hn::Div(Fma(ar, lr, hn::Mul(ai, li)), lastNorm);
     const V bi = hn::Div(FmaSub(ai, lr, hn::Mul(ar, li)), lastNorm);
-    const V n = hn::Load(d, g.period);
+    const V n = period;
     const V bMag = Magnitude(br, bi);
     const V bErr = hn::Mul(hn::Mul(Fma(n, hn::Set(d, 8.0), hn::Set(d, 16.0)), hn::Set(d, kUnit)), bMag);
     const V slack = hn::Set(d, 8 * kUnit);  // the scalar kernel's own roundings in the tests
@@ -653,47 +677,74 @@ HWY_INLINE Estimate EstimateConfirmations(const Span& s, const Group& g, M due, 
     return {holds, fails, br, bi, bErr};
 }
 
+// A due confirmation's lanes, stored for the exact replay: z at the checkpoint and its step,
+// the candidate's first match and period, S, c, and the step of the confirmation.
+struct Due {
+    alignas(64) double zcr[kMaxLanes], zci[kMaxLanes], checkpoint[kMaxLanes];
+    alignas(64) double firstMatch[kMaxLanes], period[kMaxLanes], sr[kMaxLanes], si[kMaxLanes];
+    alignas(64) double cr[kMaxLanes], step[kMaxLanes];
+};
+
 // Replays the due confirmations the estimate left open; returns the lanes where they hold,
-// with B (exact) in br, bi.
-HWY_NOINLINE void ReplayConfirmations(const Span& s, const Group& g, const LaneBits& open,
-                                      const double* cr, const double* steps, double* br,
-                                      double* bi, std::uint8_t* holdBits) {
+// with B (exact) in br, bi. The orbit is run from the checkpoint to the first match first.
+HWY_NOINLINE void ReplayConfirmations(const Span& s, const Due& due, const LaneBits& open,
+                                      double* br, double* bi, std::uint8_t* holdBits) {
     const double ci = hn::GetLane(s.ci);
     for (std::size_t l = 0; l < hn::Lanes(D()); ++l) {
         if (!open[l]) continue;
         kernel::CycleCandidate cand;
-        cand.zr = g.zmr[l];
-        cand.zi = g.zmi[l];
-        cand.sr = g.sr[l];
-        cand.si = g.si[l];
-        cand.firstMatch = static_cast<std::int64_t>(g.firstMatch[l]);
-        cand.period = static_cast<std::int64_t>(g.period[l]);
-        const auto step = static_cast<std::int64_t>(steps[l]);
-        const kernel::Confirmation r = kernel::replayConfirmation(cand, step, cr[l], ci);
+        cand.zr = due.zcr[l];
+        cand.zi = due.zci[l];
+        kernel::advanceOrbit(cand.zr, cand.zi,
+                             static_cast<std::int64_t>(due.firstMatch[l] - due.checkpoint[l]),
+                             due.cr[l], ci);
+        cand.sr = due.sr[l];
+        cand.si = due.si[l];
+        cand.firstMatch = static_cast<std::int64_t>(due.firstMatch[l]);
+        cand.period = static_cast<std::int64_t>(due.period[l]);
+        const auto step = static_cast<std::int64_t>(due.step[l]);
+        const kernel::Confirmation r = kernel::replayConfirmation(cand, step, due.cr[l], ci);
         br[l] = r.br;
         bi[l] = r.bi;
         if (r.stable) holdBits[l / 8] |= static_cast<std::uint8_t>(1u << (l % 8));
     }
 }
 
-// Decides the due confirmations. Returns the lanes where they hold; records them (a counted
-// confirmation), except for those that complete the proof (returned in `interior`).
-HWY_INLINE M Confirm(const Span& s, Group& g, M due, V ar, V ai, V c, V step, M& interior) {
+// Decides the confirmations due in `due` (at the checkpoint `checkpoint`, before this step's
+// own). Returns the lanes where they hold; records them (a counted confirmation, due again one
+// period later), except for those that complete the proof (returned in `interior`).
+HWY_INLINE M Confirm(const Span& s, Hot& h, Group& g, M due, V ar, V ai, V c, V checkpoint,
+                     M& interior) {
     const D d;
-    const V confirmations = hn::Load(d, g.confirmations);
-    const M firstConfirmation = hn::Eq(confirmations, hn::Zero(d));
-    Estimate e = EstimateConfirmations(s, g, due, ar, ai, firstConfirmation);
+    const V step = h.step;
+    // The same candidate as at its last held confirmation, or a new one (first match at due2/2).
+    const M continuing = hn::Eq(h.due2, hn::Load(d, g.confirmedDue2));
+    const M firstConfirmation = hn::Not(continuing);
+    const V firstMatch = Select(continuing, hn::Load(d, g.firstMatch), hn::Mul(h.due2, hn::Set(d, 0.5)));
+    const V confirmations = hn::IfThenElseZero(continuing, hn::Load(d, g.confirmations));
+    const V lastMatch = Select(continuing, hn::Load(d, g.lastMatch), firstMatch);
+    const V period = hn::Sub(step, lastMatch);
+    const V sr = hn::Load(d, g.hot.sr), si = hn::Load(d, g.hot.si);
+    Estimate e = EstimateConfirmations(s, g, due, ar, ai, sr, si, period, firstConfirmation);
     M holds = e.holds;
     V error = e.error;
     const M open = hn::AndNot(hn::Or(e.holds, e.fails), due);
     if (HWY_UNLIKELY(!hn::AllFalse(d, open))) {
-        alignas(64) double cr[kMaxLanes], steps[kMaxLanes], br[kMaxLanes], bi[kMaxLanes];
+        Due r;
+        hn::Store(h.zcr, d, r.zcr);
+        hn::Store(h.zci, d, r.zci);
+        hn::Store(checkpoint, d, r.checkpoint);
+        hn::Store(firstMatch, d, r.firstMatch);
+        hn::Store(period, d, r.period);
+        hn::Store(sr, d, r.sr);
+        hn::Store(si, d, r.si);
+        hn::Store(c, d, r.cr);
+        hn::Store(step, d, r.step);
+        alignas(64) double br[kMaxLanes], bi[kMaxLanes];
         alignas(8) std::uint8_t holdBits[8] = {};
-        hn::Store(c, d, cr);
-        hn::Store(step, d, steps);
         hn::Store(e.br, d, br);
         hn::Store(e.bi, d, bi);
-        ReplayConfirmations(s, g, LaneBits(open), cr, steps, br, bi, holdBits);
+        ReplayConfirmations(s, r, LaneBits(open), br, bi, holdBits);
         e.br = hn::Load(d, br);
         e.bi = hn::Load(d, bi);
         holds = hn::Or(holds, hn::LoadMaskBits(d, holdBits));
@@ -701,54 +752,60 @@ HWY_INLINE M Confirm(const Span& s, Group& g, M due, V ar, V ai, V c, V step, M&
     }
     interior = hn::And(holds, hn::Gt(confirmations, hn::Set(d, 1.0)));
     const M counted = hn::AndNot(interior, holds);
-    hn::BlendedStore(hn::Add(confirmations, hn::Set(d, 1.0)), counted, d, g.confirmations);
-    hn::BlendedStore(e.br, counted, d, g.tr);
-    hn::BlendedStore(e.bi, counted, d, g.ti);
-    hn::BlendedStore(error, counted, d, g.tError);
-    hn::BlendedStore(ar, counted, d, g.lastAr);
-    hn::BlendedStore(ai, counted, d, g.lastAi);
-    hn::BlendedStore(step, counted, d, g.lastMatch);
+    const V again = hn::Add(hn::Add(step, period), checkpoint);
+    h.due2 = Select(counted, again, h.due2);
+    Merge(again, counted, g.confirmedDue2);
+    Merge(firstMatch, counted, g.firstMatch);
+    Merge(hn::Add(confirmations, hn::Set(d, 1.0)), counted, g.confirmations);
+    Merge(e.br, counted, g.tr);
+    Merge(e.bi, counted, g.ti);
+    Merge(error, counted, g.tError);
+    Merge(ar, counted, g.lastAr);
+    Merge(ai, counted, g.lastAi);
+    Merge(step, counted, g.lastMatch);
     return holds;
 }
 
-// The cycle detector for lanes whose new z came back close to the checkpoint with |A| < 1.
-// A match where a confirmation is due and holds counts it (the fourth return in a row proves
-// the point interior); any other match starts a new candidate with the period since the
-// checkpoint. Returns the lanes proven interior.
-HWY_INLINE M Matches(Span& s, const Hot& h, Group& g, M match, V ar, V ai, V c) {
+// The last checkpoint before step k + 1, given k: the highest power of two not above k (0 for
+// k = 0). Steps are whole numbers held exactly, so this is k with its mantissa bits cleared.
+HWY_INLINE V CheckpointBefore(V previousStep) {
     const D d;
-    const V step = h.step;
-    // The checkpoint before this step's own, which came after the match test: a lane at a
-    // checkpoint now has nextCheckpoint = 2 * step. (Before step 1 the checkpoint is 0.)
-    const V next = h.nextCheckpoint;
-    const V checkpoint =
-        hn::Floor(hn::Mul(Select(hn::Eq(next, hn::Add(step, step)), step, next), hn::Set(d, 0.5)));
-    const V firstMatch = hn::Load(d, g.firstMatch);
-    // Until the first confirmation the last match is the first one.
-    const M unconfirmed = hn::Eq(hn::Load(d, g.confirmations), hn::Zero(d));
-    const V lastMatch = Select(unconfirmed, firstMatch, hn::Load(d, g.lastMatch));
-    const M current = hn::Gt(firstMatch, checkpoint);
-    const M due = hn::And(match, hn::And(current, hn::Eq(step, hn::Add(lastMatch, hn::Load(d, g.period)))));
-    M held = None(), interior = None();
-    if (HWY_UNLIKELY(!hn::AllFalse(d, due))) held = Confirm(s, g, due, ar, ai, c, step, interior);
-    const M first = hn::AndNot(held, match);
-    const auto set = [&](double* field, V value) { hn::BlendedStore(value, first, d, field); };
-    set(g.confirmations, hn::Zero(d));
-    set(g.period, hn::Sub(step, checkpoint));
-    set(g.firstMatch, step);
-    set(g.zmr, h.o.zr);
-    set(g.zmi, h.o.zi);
-    set(g.sr, ar);
-    set(g.si, ai);
-    return interior;
+    const hn::RebindToUnsigned<D> du;
+    return hn::And(previousStep, hn::BitCast(d, hn::Set(du, 0xFFF0000000000000ull)));
 }
 
-// Everything that is not the plain step: matches (with A as the match test saw it, before any
-// checkpoint of this step restarted it), escapes and the ceiling.
-template <bool kJulia>
-HWY_INLINE void OnEvents(Span& s, Hot& h, Group& g, V r2, M escaped, M match, V ar, V ai) {
+// A first match at this step, for the lanes in `first`: a new candidate, A as the match saw it.
+HWY_INLINE void FirstMatches(Hot& h, Group& g, M first, V ar, V ai) {
+    h.due2 = Select(first, hn::Add(h.step, h.step), h.due2);
+    hn::BlendedStore(ar, first, D(), g.hot.sr);
+    hn::BlendedStore(ai, first, D(), g.hot.si);
+}
+
+// Checkpoints (steps 1, 2, 4, 8, ...), after the match test: the new z becomes the reference
+// and A restarts. Done on every step without a branch: checkpoints come too often, and too
+// irregularly, for a branch on them to be cheaper.
+HWY_INLINE void Checkpoints(Hot& h) {
     const D d;
-    const M interior = Matches(s, h, g, match, ar, ai, kJulia ? s.cr : hn::Load(d, g.hot.cr));
+    const M at = hn::Eq(h.step, CheckpointBefore(h.step));  // a power of two
+    h.zcr = Select(at, h.o.zr, h.zcr);
+    h.zci = Select(at, h.o.zi, h.zci);
+    h.o.ar = Select(at, hn::Set(d, 1.0), h.o.ar);
+    h.o.ai = Select(at, hn::Zero(d), h.o.ai);
+}
+
+// Everything that is not the plain step: matches on a due step (`dueMatch`: confirmations),
+// escapes and the ceiling. A confirmation that fails (or is void) makes a first match.
+template <bool kJulia>
+HWY_INLINE void OnEvents(Span& s, Hot& h, Group& g, V r2, M escaped, M dueMatch, V checkpoint) {
+    const D d;
+    M interior = None();
+    if (!hn::AllFalse(d, dueMatch)) {
+        const V ar = h.o.ar, ai = h.o.ai;
+        const M held = Confirm(s, h, g, dueMatch, ar, ai, kJulia ? s.cr : hn::Load(d, g.hot.cr),
+                               checkpoint, interior);
+        FirstMatches(h, g, hn::AndNot(held, dueMatch), ar, ai);
+    }
+    Checkpoints(h);
     const M ended = hn::Or(interior, hn::Eq(h.step, s.maxIter));
     if (HWY_LIKELY(hn::AllFalse(d, hn::Or(escaped, ended)))) return;
     Spill(h, g);
@@ -761,25 +818,21 @@ HWY_INLINE void OnEvents(Span& s, Hot& h, Group& g, V r2, M escaped, M match, V 
 template <bool kJulia>
 HWY_INLINE void Step(Span& s, Hot& h, Group& g) {
     const D d;
-    h.time += 1.0;
+    const V checkpoint = CheckpointBefore(h.step);
     h.step = hn::Add(h.step, hn::Set(d, 1.0));
+    --h.left;
     const V r2 = Iterate(h.o, kJulia ? s.cr : hn::Load(d, g.hot.cr), s.ci);
     const M escaped = hn::Ge(r2, hn::Set(d, kernel::kBailout));
     // An escaped lane may match too: it is finished as escaped regardless.
     const M match = Matching(h.o, h.zcr, h.zci);
-    const V ar = h.o.ar, ai = h.o.ai;  // as the match test saw it
-
-    // Checkpoints (steps 1, 2, 4, 8, ...), after the match test: the new z becomes the reference
-    // and A restarts. Done on every step without a branch: checkpoints come too often, and too
-    // irregularly, for a branch on them to be cheaper.
-    const M at = hn::Eq(h.step, h.nextCheckpoint);
-    h.zcr = Select(at, h.o.zr, h.zcr);
-    h.zci = Select(at, h.o.zi, h.zci);
-    h.o.ar = Select(at, hn::Set(d, 1.0), ar);
-    h.o.ai = Select(at, hn::Zero(d), ai);
-    h.nextCheckpoint = Select(at, hn::Add(h.nextCheckpoint, h.nextCheckpoint), h.nextCheckpoint);
-    if (HWY_UNLIKELY(!hn::AllFalse(d, hn::Or(escaped, match)) || h.time == h.nextCeiling))
-        OnEvents<kJulia>(s, h, g, r2, escaped, match, ar, ai);
+    const M onDue = hn::Eq(h.step, hn::Sub(h.due2, checkpoint));
+    // Most matches are first matches: recorded here, without a branch.
+    FirstMatches(h, g, hn::AndNot(onDue, match), h.o.ar, h.o.ai);
+    const M dueMatch = hn::And(onDue, match);
+    if (HWY_UNLIKELY(!hn::AllFalse(d, hn::Or(escaped, dueMatch)) || h.left == 0))
+        OnEvents<kJulia>(s, h, g, r2, escaped, dueMatch, checkpoint);
+    else
+        Checkpoints(h);
 }
 
 template <bool kJulia>
