@@ -9,7 +9,7 @@ DEBIAN_PACKAGES := cmake ninja-build g++ pkg-config \
 	xvfb xauth xdotool imagemagick openssl python3 \
 	desktop-file-utils appstream xdg-utils \
 	libfftw3-dev qt6-multimedia-dev libpulse-dev pulseaudio pulseaudio-utils sox locales \
-	libavformat-dev libavcodec-dev libavutil-dev ffmpeg
+	libavformat-dev libavcodec-dev libavutil-dev ffmpeg libssl-dev
 
 # The fuzz targets (fuzz/README.md) build with clang in their own directory.
 FUZZ_BUILD ?= build-fuzz

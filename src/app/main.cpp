@@ -13,6 +13,7 @@
 #include "app/app_id.h"
 #include "app/cli.h"
 #include "app/single_instance.h"
+#include "library/tls_setup.h"
 #include "ui/mac_view_controller.h"
 #include "ui/window_style.h"
 
@@ -73,6 +74,7 @@ int runWindow(int argc, char** argv) {
 }  // namespace
 
 int main(int argc, char** argv) {
+    gs::initialiseTls();
     const QStringList args = argumentsOf(argc, argv);
     if (gs::wantsCommandLine(args)) return runCommandLine(argc, argv);
     // Qt would abort without a display: say what to do instead.

@@ -7,12 +7,13 @@
 
 #include <QDir>
 #include <QImage>
-#include <QProcess>
 #include <QStringList>
 #include <QTemporaryDir>
 #include <cstdlib>
 #include <memory>
 #include <vector>
+
+#include "support/run_program.h"
 
 namespace gs::test {
 
@@ -44,11 +45,8 @@ private:
 // The movie's frames decoded by FFmpeg with the colour matrix and range the movie is tagged with,
 // as pictures of `size`.
 inline std::vector<QImage> decodeMovie(const QString& path, QSize size) {
-    QProcess ffmpeg;
-    ffmpeg.start("ffmpeg", {"-v", "error", "-i", path, "-sws_flags", "bicubic+accurate_rnd+full_chroma_int",
-                            "-f", "rawvideo", "-pix_fmt", "rgb24", "-"});
-    ffmpeg.waitForFinished(60000);
-    const QByteArray raw = ffmpeg.readAllStandardOutput();
+    const QByteArray raw = runProgram("ffmpeg", {"-v", "error", "-i", path, "-sws_flags", "bicubic+accurate_rnd+full_chroma_int",
+                                                 "-f", "rawvideo", "-pix_fmt", "rgb24", "-"});
     const qsizetype bytes = qsizetype(size.width()) * size.height() * 3;
     std::vector<QImage> frames;
     for (qsizetype at = 0; at + bytes <= raw.size(); at += bytes)

@@ -26,11 +26,6 @@ TEST(ImageExportName, IsTheWholeSecondsSince1970) {
     EXPECT_EQ(imageExportFileName(at(-1'500)), "Glimmerscape--1.png");  // toward zero, not down
 }
 
-TEST_F(ImageExport, BeforeAnyPictureDoesNothing) {
-    EXPECT_FALSE(exportPicture(QImage(), at(1'700'000'000'000)));
-    EXPECT_TRUE(tempFiles().isEmpty());
-}
-
 // The file holds the picture at its pixel size; a second export within the same second gets
 // the same name and replaces the first.
 TEST_F(ImageExport, WritesThePictureAndReplacesAnExportOfTheSameSecond) {
@@ -63,8 +58,10 @@ TEST(KeptPicture, IsACopyThatReusesItsMemory) {
     EXPECT_EQ(kept, picture(4, 4, 1));
 }
 
-// A $TMPDIR that does not exist: no file, and none in the working directory either.
-TEST_F(ImageExport, FailsSilentlyWithoutATemporaryDirectory) {
+// Before any picture, nothing; under a $TMPDIR that does not exist, no file, and none in the
+// working directory either.
+TEST_F(ImageExport, WithoutAPictureOrATemporaryDirectoryWritesNothing) {
+    EXPECT_FALSE(exportPicture(QImage(), at(1'700'000'000'000)));
     const QString previous = QDir::currentPath();
     QDir::setCurrent(tempPath());
     qputenv("TMPDIR", QDir(tempPath()).filePath("missing").toLocal8Bit());

@@ -1,9 +1,9 @@
 #include <gtest/gtest.h>
 
 #include <QFileInfo>
-#include <QProcess>
 #include <QRegularExpression>
 #include <map>
+#include <numeric>
 
 #include "export/recording.h"
 #include "export_test_support.h"
@@ -12,24 +12,17 @@
 namespace gs {
 namespace {
 
-QByteArray run(const QString& program, const QStringList& arguments) {
-    QProcess process;
-    process.start(program, arguments);
-    process.waitForFinished(60000);
-    return process.readAllStandardOutput();
-}
-
 // What ffprobe says of the movie's video track, and its frames' presentation times.
 std::map<QString, QString> probe(const QString& path) {
     std::map<QString, QString> entries;
-    const QString text = run("ffprobe", {"-v", "error", "-select_streams", "v:0", "-count_frames", "-show_entries",
-                                         "stream=codec_name,width,height,r_frame_rate,nb_read_frames,pix_fmt,color_space:"
-                                         "format=format_name",
-                                         "-of", "default=noprint_wrappers=1", path});
+    const QString text = test::runProgram("ffprobe", {"-v", "error", "-select_streams", "v:0", "-count_frames", "-show_entries",
+                                                      "stream=codec_name,width,height,r_frame_rate,nb_read_frames,pix_fmt,color_space:"
+                                                      "format=format_name",
+                                                      "-of", "default=noprint_wrappers=1", path});
     for (const QString& line : text.split('\n', Qt::SkipEmptyParts))
         if (const qsizetype eq = line.indexOf('='); eq > 0) entries[line.left(eq)] = line.mid(eq + 1);
-    entries["times"] = run("ffprobe", {"-v", "error", "-select_streams", "v:0", "-show_entries", "frame=pts_time",
-                                       "-of", "default=noprint_wrappers=1:nokey=1", path}).simplified();
+    entries["times"] = test::runProgram("ffprobe", {"-v", "error", "-select_streams", "v:0", "-show_entries", "frame=pts_time",
+                                                    "-of", "default=noprint_wrappers=1:nokey=1", path}).simplified();
     return entries;
 }
 
@@ -55,17 +48,13 @@ TEST_F(Recording, RecordsOnePaletteCycleThatDecodesBackToItsFrames) {
                     .hasMatch());
     EXPECT_EQ(tempFiles(), QStringList{QFileInfo(result.path).fileName()});
     std::vector<std::int64_t> oneToThirty(30);
-    for (int i = 0; i < 30; ++i) oneToThirty[static_cast<std::size_t>(i)] = i + 1;
+    std::iota(oneToThirty.begin(), oneToThirty.end(), 1);
     EXPECT_EQ(progress, oneToThirty);
 
     auto info = probe(result.path);
-    EXPECT_EQ(info["codec_name"], "h264");
-    EXPECT_EQ(info["width"], "800");
-    EXPECT_EQ(info["height"], "600");
-    EXPECT_EQ(info["r_frame_rate"], "30/1");
-    EXPECT_EQ(info["nb_read_frames"], "30");
-    EXPECT_EQ(info["pix_fmt"], "yuv420p");
-    EXPECT_EQ(info["color_space"], "bt709");
+    for (const auto& [key, value] : std::map<QString, QString>{{"codec_name", "h264"}, {"width", "800"}, {"height", "600"},
+             {"r_frame_rate", "30/1"}, {"nb_read_frames", "30"}, {"pix_fmt", "yuv420p"}, {"color_space", "bt709"}})
+        EXPECT_EQ(info[key], value) << key.toStdString();
     EXPECT_TRUE(info["format_name"].startsWith("mov")) << info["format_name"].toStdString();
     QStringList times;
     for (int i = 0; i < 30; ++i) times << QString::number(i / 30.0, 'f', 6);

@@ -11,12 +11,17 @@
 #include <cstdlib>
 
 #include "library/library_fetch.h"
+#include "library/tls_setup.h"
 
 namespace gs::test {
 namespace {
 
 constexpr qint64 kChunk = 16 * 1024;
 constexpr qint64 kMostStreamed = 64 << 20;  // an endless answer stops here in any case
+
+// OpenSSL set up as the program sets it up in main(), before any test (or this server's own
+// members) reaches Qt's TLS backend: every program that links this server makes HTTPS requests.
+[[maybe_unused]] const bool tlsReady = (initialiseTls(), true);
 
 QByteArray readFile(const QString& path) {
     QFile file(path);

@@ -8,7 +8,6 @@
 #include <QTemporaryDir>
 #include <QUrl>
 #include <chrono>
-#include <functional>
 
 #include "library/online_library.h"
 
