@@ -38,44 +38,34 @@ struct LoadState {
     friend bool operator==(const LoadState&, const LoadState&) = default;
 };
 
-// What differs between the palette and the bookmark library.
-struct PaletteLibraryKind {
-    using Manifest = RemotePaletteManifest;
-    using Collection = RemoteCollection;
-    using Entry = RemotePaletteEntry;
+// What differs between the palette and the bookmark library: the manifest's types, how it is
+// decoded, and the list under which a collection keeps its entries.
+template <class M, class C, class E, LibraryKind K, std::optional<M> (*Decode)(const QByteArray&),
+          QList<E> C::*List>
+struct LibraryKindOf {
+    using Manifest = M;
+    using Collection = C;
+    using Entry = E;
     struct DisplayItem {
         Collection collection;
         Entry entry;
         std::vector<aColor> preview;
     };
-    static constexpr LibraryKind kind = LibraryKind::palettes;
-    static std::optional<Manifest> decode(const QByteArray& json) {
-        return decodeRemotePaletteManifest(json);
-    }
-    static const QList<Entry>& entries(const Collection& c) { return c.palettes; }
+    static constexpr LibraryKind kind = K;
+    static std::optional<Manifest> decode(const QByteArray& json) { return Decode(json); }
+    static const QList<Entry>& entries(const Collection& c) { return c.*List; }
     static DisplayItem item(const Collection& c, const Entry& e) {
         return {c, e, swatchColors(e.swatch)};
     }
 };
 
-struct BookmarkLibraryKind {
-    using Manifest = RemoteBookmarkManifest;
-    using Collection = RemoteBookmarkCollection;
-    using Entry = RemoteBookmarkEntry;
-    struct DisplayItem {
-        Collection collection;
-        Entry entry;
-        std::vector<aColor> previewColors;
-    };
-    static constexpr LibraryKind kind = LibraryKind::bookmarks;
-    static std::optional<Manifest> decode(const QByteArray& json) {
-        return decodeRemoteBookmarkManifest(json);
-    }
-    static const QList<Entry>& entries(const Collection& c) { return c.bookmarks; }
-    static DisplayItem item(const Collection& c, const Entry& e) {
-        return {c, e, swatchColors(e.swatch)};
-    }
-};
+using PaletteLibraryKind =
+    LibraryKindOf<RemotePaletteManifest, RemoteCollection, RemotePaletteEntry, LibraryKind::palettes,
+                  decodeRemotePaletteManifest, &RemoteCollection::palettes>;
+using BookmarkLibraryKind =
+    LibraryKindOf<RemoteBookmarkManifest, RemoteBookmarkCollection, RemoteBookmarkEntry,
+                  LibraryKind::bookmarks, decodeRemoteBookmarkManifest,
+                  &RemoteBookmarkCollection::bookmarks>;
 
 struct OnlineLibraryLimits {
     FetchLimits manifest = kManifestFetchLimits;

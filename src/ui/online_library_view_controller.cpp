@@ -7,8 +7,11 @@
 #include <QPainter>
 #include <QPainterPath>
 #include <QPushButton>
+#include <QSignalBlocker>
 #include <QStyledItemDelegate>
+#include <QTimer>
 #include <QVBoxLayout>
+#include <utility>
 
 #include "core/budget.h"
 #include "library/online_library_texts.h"
@@ -153,7 +156,31 @@ OnlineLibraryCell cellOf(const PaletteLibraryKind::DisplayItem& item) {
 }
 
 OnlineLibraryCell cellOf(const BookmarkLibraryKind::DisplayItem& item) {
-    return {item.entry.name, zoomDetail(item.entry), item.previewColors, false};
+    return {item.entry.name, zoomDetail(item.entry), item.preview, false};
+}
+
+// Rows are filled in before they join the list: a row in a list tells the view of every value
+// it is given.
+QListWidgetItem* headerItem(const QString& title) {
+    auto* header = new QListWidgetItem(title);
+    header->setData(headerRole, true);
+    header->setFlags(Qt::NoItemFlags);
+    return header;
+}
+
+QListWidgetItem* entryItem(const OnlineLibraryCell& cell, int section, int row) {
+    auto* item = new QListWidgetItem(cell.name);
+    item->setData(sectionRole, section);
+    item->setData(rowRole, row);
+    item->setData(detailRole, cell.detail);
+    QList<QColor> swatch;
+    swatch.reserve(qsizetype(cell.swatch.size()));
+    for (const aColor& c : cell.swatch) swatch.append(toQColor(c));
+    item->setData(swatchRole, QVariant::fromValue(swatch));
+    item->setData(selectedRole, cell.selected);
+    item->setData(Qt::AccessibleDescriptionRole, cell.selected ? OnlineLibraryScreen::tr("Selected") : QString());
+    item->setToolTip(cell.detail.isEmpty() ? cell.name : cell.name + QStringLiteral(" · ") + cell.detail);
+    return item;
 }
 
 }  // namespace
@@ -301,16 +328,17 @@ void OnlineLibraryScreen::importFinished(const AlertText& alert) {
 
 void OnlineLibraryScreen::modelChanged() {
     const LoadState& state = modelState();
-    const bool listed = state.phase == LoadState::Phase::loaded && modelStatus().isEmpty();
+    const bool loaded = state.phase == LoadState::Phase::loaded && modelStatus().isEmpty();
+    if (state.phase != shownPhase_) {
+        shownPhase_ = state.phase;
+        listBuilt_ = false;
+    }
+    if (loaded && !listBuilt_) buildListSoon();
+    const bool listed = loaded && listBuilt_;
     list_->setVisible(listed);
     statePanel_->setVisible(!listed);
     importBar_->setVisible(listed);
-    if (state.phase != shownPhase_ || (listed && !listBuilt_)) {
-        shownPhase_ = state.phase;
-        listBuilt_ = false;
-        if (listed) rebuildList();
-    }
-    if (state.phase == LoadState::Phase::loading)
+    if (state.phase == LoadState::Phase::loading || (loaded && !listBuilt_))
         loadingIndicator_->startAnimating();
     else
         loadingIndicator_->stopAnimating();
@@ -324,38 +352,52 @@ void OnlineLibraryScreen::modelChanged() {
     if (state.phase == LoadState::Phase::failed && !retryButton_->hasFocus()) retryButton_->setFocus();
 }
 
+// The list is built on the next turn of the event loop, not in the one that read the manifest:
+// a large library then takes two short turns instead of one long one. The loading indicator
+// keeps turning until the list is there.
+void OnlineLibraryScreen::buildListSoon() {
+    if (listScheduled_) return;
+    listScheduled_ = true;
+    QTimer::singleShot(0, this, [this] {
+        listScheduled_ = false;
+        const bool loaded = modelState().phase == LoadState::Phase::loaded && modelStatus().isEmpty();
+        if (closed_ || listBuilt_ || !loaded) return;
+        rebuildList();
+        modelChanged();  // shows the list
+        // Only a shown widget takes the keyboard: a hidden one given focus may never get it.
+        list_->setFocus(Qt::OtherFocusReason);
+    });
+}
+
 void OnlineLibraryScreen::rebuildList() {
     list_->clear();
+    std::vector<QListWidgetItem*> rows;
     const std::vector<OnlineLibrarySection> sections = modelSections();
     for (std::size_t s = 0; s < sections.size(); ++s) {
-        auto* header = new QListWidgetItem(sections[s].title, list_);
-        header->setData(headerRole, true);
-        header->setFlags(Qt::NoItemFlags);
-        for (std::size_t r = 0; r < sections[s].cells.size(); ++r) {
-            const OnlineLibraryCell& cell = sections[s].cells[r];
-            auto* item = new QListWidgetItem(cell.name, list_);
-            item->setData(sectionRole, int(s));
-            item->setData(rowRole, int(r));
-            item->setData(detailRole, cell.detail);
-            QList<QColor> swatch;
-            for (const aColor& c : cell.swatch) swatch.append(toQColor(c));
-            item->setData(swatchRole, QVariant::fromValue(swatch));
-            item->setToolTip(cell.detail.isEmpty() ? cell.name : cell.name + QStringLiteral(" · ") + cell.detail);
-        }
+        rows.push_back(headerItem(sections[s].title));
+        for (std::size_t r = 0; r < sections[s].cells.size(); ++r)
+            rows.push_back(entryItem(sections[s].cells[r], int(s), int(r)));
     }
+    {
+        // Joining one by one, every row would tell the view and the selection of its arrival;
+        // they join quietly and the view starts over once from the whole list.
+        const QSignalBlocker quiet(list_->model());
+        for (QListWidgetItem* row : rows) list_->addItem(row);
+    }
+    list_->reset();
     listBuilt_ = true;
+    marksInSync_ = true;  // the rows were made with the model's selection
     for (int i = 0; i < list_->count(); ++i) {
         if (list_->item(i)->data(headerRole).toBool()) continue;
         list_->setCurrentRow(i);
         break;
     }
-    list_->setFocus(Qt::OtherFocusReason);
 }
 
 // Asks the model entry by entry and touches only the marks that changed: a library of thousands
 // of entries must not rebuild its cells on every click.
 void OnlineLibraryScreen::refreshSelectionMarks() {
-    if (!listBuilt_) return;
+    if (!listBuilt_ || std::exchange(marksInSync_, false)) return;
     for (int i = 0; i < list_->count(); ++i) {
         QListWidgetItem* item = list_->item(i);
         if (item->data(headerRole).toBool()) continue;

@@ -92,6 +92,7 @@ private:
     QWidget* buildHeader(const QString& title);
     QWidget* buildStatePanel();
     QWidget* buildImportBar();
+    void buildListSoon();
     void rebuildList();
     void refreshSelectionMarks();
     void refreshBar();
@@ -109,6 +110,8 @@ private:
     QAbstractButton* importButton_ = nullptr;
     LoadState::Phase shownPhase_ = LoadState::Phase::loading;
     bool listBuilt_ = false;
+    bool listScheduled_ = false;
+    bool marksInSync_ = false;
     bool closed_ = false;
 };
 

@@ -36,7 +36,7 @@ constexpr int kSanitizerFactor = 1;
 #endif
 constexpr qint64 kMemoryCapKiB = kSanitizerFactor * (64 << 10);  // peak resident growth allowed per case
 constexpr double kBusyStallMs = kSanitizerFactor * 100;  // the GUI thread's longest run without an event turn
-constexpr double kWallStallMs = kSanitizerFactor * 500;  // the same in wall time, loose for a shared machine
+constexpr double kWallStallMs = kSanitizerFactor * 150;  // the same in wall time, with room for a shared machine
 
 double threadCpuMs() {
     timespec t{};

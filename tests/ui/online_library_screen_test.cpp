@@ -39,7 +39,7 @@ struct Screens : ::testing::Test {
     HttpsTestServer server;
     QWidget host;
     QTemporaryDir home;
-    PaletteLibrary store{home.filePath(QStringLiteral("Palettes")), QString()};
+    PaletteLibrary store{home.filePath("Palettes"), QString()};
     QPointer<OnlineLibraryScreen> screen;
     std::vector<AlertText> alerts;
     std::optional<int> reported;
@@ -55,8 +55,9 @@ struct Screens : ::testing::Test {
         screen->onFinishedImporting = [this](int n) { reported = n; };
         screen->open();
     }
-    void openPalettes(const QByteArray& manifest) {
-        server.serve(kPalettes + QStringLiteral("manifest.json"), manifest);
+    // Opens the palette screen, its manifest served as given (none: as the test arranged).
+    void openPalettes(const QByteArray& manifest = {}) {
+        if (!manifest.isEmpty()) server.serve(kPalettes + "manifest.json", manifest);
         open<OnlinePaletteLibraryViewController>(std::make_unique<OnlinePaletteLibrary>(
             libraryBaseUrl(server.origin(), LibraryKind::palettes), paletteStoreStep(store), kShortLimits));
     }
@@ -79,9 +80,8 @@ struct Screens : ::testing::Test {
 };
 
 TEST_F(Screens, AFailureOffersTryAgainAndTheLibraryListsItsCollectionsInOrder) {
-    server.answer(kPalettes + QStringLiteral("manifest.json"), Answer::hangUp);
-    open<OnlinePaletteLibraryViewController>(std::make_unique<OnlinePaletteLibrary>(
-        libraryBaseUrl(server.origin(), LibraryKind::palettes), paletteStoreStep(store), kShortLimits));
+    server.answer(kPalettes + "manifest.json", Answer::hangUp);
+    openPalettes();
     EXPECT_TRUE(screen->isLoadingIndicated());
     ASSERT_TRUE(settled());
     EXPECT_EQ(screen->statusText(), kUnreachable);
@@ -89,26 +89,23 @@ TEST_F(Screens, AFailureOffersTryAgainAndTheLibraryListsItsCollectionsInOrder) {
     EXPECT_FALSE(screen->list()->isVisible());
     EXPECT_FALSE(screen->importButton()->isVisible());
 
-    server.serve(kPalettes + QStringLiteral("manifest.json"), R"({"manifestVersion":2,"collections":[]})");
+    server.serve(kPalettes + "manifest.json", R"({"manifestVersion":2,"collections":[]})");
     QTest::keyClick(screen->retryButton(), Qt::Key_Space);
     EXPECT_TRUE(screen->isLoadingIndicated());
     EXPECT_FALSE(screen->isRetryOffered());
     ASSERT_TRUE(settled());
-    EXPECT_EQ(screen->statusText(), QStringLiteral("This library is empty right now."));
+    EXPECT_EQ(screen->statusText(), "This library is empty right now.");
     EXPECT_FALSE(screen->isRetryOffered());
 
-    server.serve(kPalettes + QStringLiteral("manifest.json"),
-                 paletteManifest({{QStringLiteral("warm"), {QStringLiteral("Ember"), QStringLiteral("Dune")}},
-                                  {QStringLiteral("cool"), {QStringLiteral("Frost")}}}));
+    server.serve(kPalettes + "manifest.json", paletteManifest({{"warm", {"Ember", "Dune"}}, {"cool", {"Frost"}}}));
     screen->handleRetry();
     ASSERT_TRUE(settled());
-    EXPECT_EQ(rows(), (QStringList{QStringLiteral("warm title"), QStringLiteral("Ember"), QStringLiteral("Dune"),
-                                   QStringLiteral("cool title"), QStringLiteral("Frost")}));
+    EXPECT_EQ(rows(), (QStringList{"warm title", "Ember", "Dune", "cool title", "Frost"}));
     EXPECT_TRUE(screen->list()->isVisible());
     EXPECT_TRUE(screen->list()->hasFocus());
     EXPECT_EQ(screen->statusText(), QString());
-    EXPECT_EQ(screen->creditText(), QStringLiteral("by warm · by cool"));
-    EXPECT_EQ(screen->selectionText(), QStringLiteral("0 SELECTED"));
+    EXPECT_EQ(screen->creditText(), "by warm · by cool");
+    EXPECT_EQ(screen->selectionText(), "0 SELECTED");
     EXPECT_FALSE(screen->importButton()->isEnabled());
 }
 
@@ -116,34 +113,32 @@ TEST_F(Screens, AFailureOffersTryAgainAndTheLibraryListsItsCollectionsInOrder) {
 // imports (one of which fails) store the other two under numbered names. Escape closes the
 // screen and reports what this visit imported.
 TEST_F(Screens, SelectionAcrossCollectionsImportsAndCloseReportsTheVisit) {
-    ASSERT_TRUE(store.save(QStringLiteral("Ember"), ColorTable(256)));
-    server.serve(kPalettes + QStringLiteral("a/Ember.map"), mapBody());
-    server.serve(kPalettes + QStringLiteral("b/Ember.map"), mapBody());
-    server.answer(kPalettes + QStringLiteral("a/Gone.map"), Answer::hangUp);
-    openPalettes(paletteManifest({{QStringLiteral("a"), {QStringLiteral("Ember"), QStringLiteral("Gone")}},
-                                  {QStringLiteral("b"), {QStringLiteral("Ember")}}}));
+    ASSERT_TRUE(store.save("Ember", ColorTable(256)));
+    server.serve(kPalettes + "a/Ember.map", mapBody());
+    server.serve(kPalettes + "b/Ember.map", mapBody());
+    server.answer(kPalettes + "a/Gone.map", Answer::hangUp);
+    openPalettes(paletteManifest({{"a", {"Ember", "Gone"}}, {"b", {"Ember"}}}));
     ASSERT_TRUE(settled());
     key(Qt::Key_Space);                                     // a/Ember
     key(Qt::Key_Down);
     key(Qt::Key_Return);                                    // a/Gone
     key(Qt::Key_Down);                                      // over the title "b title"
     key(Qt::Key_Space);                                     // b/Ember
-    EXPECT_EQ(screen->selectionText(), QStringLiteral("3 SELECTED"));
+    EXPECT_EQ(screen->selectionText(), "3 SELECTED");
     QListWidget* list = screen->list();
     QTest::mouseClick(list->viewport(), Qt::LeftButton, {}, list->visualItemRect(list->item(4)).center());
-    EXPECT_EQ(screen->selectionText(), QStringLiteral("2 SELECTED"));
+    EXPECT_EQ(screen->selectionText(), "2 SELECTED");
     QTest::mouseClick(list->viewport(), Qt::LeftButton, {}, list->visualItemRect(list->item(4)).center());
     EXPECT_TRUE(screen->importButton()->isEnabled());
 
-    EXPECT_EQ(import(), (AlertText{QStringLiteral("Imported 2 of 3"),
-                                   QStringLiteral("1 couldn't be downloaded — check your connection and try again.")}));
-    EXPECT_EQ(screen->selectionText(), QStringLiteral("0 SELECTED"));
+    EXPECT_EQ(import(), (AlertText{"Imported 2 of 3", "1 couldn't be downloaded — check your connection and try again."}));
+    EXPECT_EQ(screen->selectionText(), "0 SELECTED");
     QStringList names;
     for (const SavedPalette& p : store.loadUserPalettes()) names << p.name;
-    EXPECT_EQ(names, (QStringList{QStringLiteral("Ember"), QStringLiteral("Ember (1)"), QStringLiteral("Ember (2)")}));
+    EXPECT_EQ(names, (QStringList{"Ember", "Ember (1)", "Ember (2)"}));
 
     key(Qt::Key_Space);  // the current entry is still b/Ember
-    EXPECT_EQ(import(), (AlertText{QStringLiteral("Imported"), QStringLiteral("1 palette added to My Palettes.")}));
+    EXPECT_EQ(import(), (AlertText{"Imported", "1 palette added to My Palettes."}));
     QTest::keyClick(screen, Qt::Key_Escape);
     EXPECT_EQ(reported, 3);
     EXPECT_TRUE(waitFor([&] { return screen.isNull(); }, 2000));  // the screen is gone with its model
@@ -152,11 +147,10 @@ TEST_F(Screens, SelectionAcrossCollectionsImportsAndCloseReportsTheVisit) {
 // A server that never answers and one that streams past the cap both end as failures within
 // the limits, while the event loop keeps turning.
 TEST_F(Screens, HostileServersFailWhileTheWindowKeepsDrawing) {
-    server.serve(kPalettes + QStringLiteral("a/Ok.map"), mapBody());
-    server.answer(kPalettes + QStringLiteral("a/Silent.map"), Answer::silence);
-    server.answer(kPalettes + QStringLiteral("a/Endless.map"), Answer::endless);
-    openPalettes(paletteManifest(
-        {{QStringLiteral("a"), {QStringLiteral("Ok"), QStringLiteral("Silent"), QStringLiteral("Endless")}}}));
+    server.serve(kPalettes + "a/Ok.map", mapBody());
+    server.answer(kPalettes + "a/Silent.map", Answer::silence);
+    server.answer(kPalettes + "a/Endless.map", Answer::endless);
+    openPalettes(paletteManifest({{"a", {"Ok", "Silent", "Endless"}}}));
     ASSERT_TRUE(settled());
     for (Qt::Key k : {Qt::Key_Space, Qt::Key_Down, Qt::Key_Space, Qt::Key_Down, Qt::Key_Space}) key(k);
     int ticks = 0;
@@ -165,11 +159,11 @@ TEST_F(Screens, HostileServersFailWhileTheWindowKeepsDrawing) {
     ticker.start(20);
     QElapsedTimer clock;
     clock.start();
-    EXPECT_EQ(import().title, QStringLiteral("Imported 1 of 3"));
+    EXPECT_EQ(import().title, "Imported 1 of 3");
     EXPECT_LT(clock.elapsed(), 3 * kShortTotal.count());
     EXPECT_GE(ticks, clock.elapsed() / 200);  // loose: the machine is busy
 
-    server.answer(kPalettes + QStringLiteral("manifest.json"), Answer::endless);
+    server.answer(kPalettes + "manifest.json", Answer::endless);
     screen->handleRetry();
     ASSERT_TRUE(settled());
     EXPECT_EQ(screen->statusText(), kUnreachable);
@@ -179,28 +173,28 @@ TEST_F(Screens, HostileServersFailWhileTheWindowKeepsDrawing) {
 // the entry and numbered when taken; a body that is not a bookmark counts as failed.
 TEST_F(Screens, TheBookmarkScreenShowsZoomsAndStoresBookmarks) {
     Bookmark spiral;
-    spiral.name = QStringLiteral("Stored Name");
+    spiral.name = "Stored Name";
     spiral.xmin = -0.75, spiral.xmax = -0.74, spiral.ymin = 0.1, spiral.ymax = 0.1075;
     spiral.paletteColors.colors = ColorTable(256, aColor{0.2, 0.4, 0.6});
-    server.serve(kBookmarks + QStringLiteral("deep/spiral.json"), encodeBookmark(spiral));
-    server.serve(kBookmarks + QStringLiteral("deep/broken.json"), "{\"name\": \"Broken\"}");
-    server.serve(kBookmarks + QStringLiteral("manifest.json"), R"({"manifestVersion":1,"collections":[
+    server.serve(kBookmarks + "deep/spiral.json", encodeBookmark(spiral));
+    server.serve(kBookmarks + "deep/broken.json", "{\"name\": \"Broken\"}");
+    server.serve(kBookmarks + "manifest.json", R"({"manifestVersion":1,"collections":[
         {"id":"deep","title":"Deep","path":"deep","bookmarks":[
           {"name":"Spiral","file":"spiral.json","xmin":-0.75,"xmax":-0.74,"swatch":["102030"]},
           {"name":"Broken","file":"broken.json","xmin":-2,"xmax":2,"swatch":[]}]}]})");
-    BookmarkLibrary bookmarks(home.filePath(QStringLiteral("Bookmarks.json")));
+    BookmarkLibrary bookmarks(home.filePath("Bookmarks.json"));
     open<OnlineBookmarkLibraryViewController>(std::make_unique<OnlineBookmarkLibrary>(
         libraryBaseUrl(server.origin(), LibraryKind::bookmarks), bookmarkStoreStep(bookmarks), kShortLimits));
     ASSERT_TRUE(settled());
-    EXPECT_EQ(rows(), (QStringList{QStringLiteral("Deep"), QStringLiteral("Spiral"), QStringLiteral("Broken")}));
-    EXPECT_EQ(screen->list()->item(1)->toolTip(), QStringLiteral("Spiral · 400.0×"));
+    EXPECT_EQ(rows(), (QStringList{"Deep", "Spiral", "Broken"}));
+    EXPECT_EQ(screen->list()->item(1)->toolTip(), "Spiral · 400.0×");
     key(Qt::Key_Space);
-    EXPECT_EQ(import(), (AlertText{QStringLiteral("Imported"), QStringLiteral("1 bookmark added to My Bookmarks.")}));
+    EXPECT_EQ(import(), (AlertText{"Imported", "1 bookmark added to My Bookmarks."}));
     for (Qt::Key k : {Qt::Key_Space, Qt::Key_Down, Qt::Key_Space}) key(k);
-    EXPECT_EQ(import().title, QStringLiteral("Imported 1 of 2"));
+    EXPECT_EQ(import().title, "Imported 1 of 2");
     QStringList names;
     for (const Bookmark& b : bookmarks.loadUserBookmarks()) names << b.name;
-    EXPECT_EQ(names, (QStringList{QStringLiteral("Spiral"), QStringLiteral("Spiral (1)")}));
+    EXPECT_EQ(names, (QStringList{"Spiral", "Spiral (1)"}));
     EXPECT_EQ(bookmarks.loadUserBookmarks().at(0).paletteColors, spiral.paletteColors);
     screen->handleClose();
     EXPECT_EQ(reported, 2);
