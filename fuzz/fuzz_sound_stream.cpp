@@ -37,12 +37,16 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     analysis.reset();
     SoundState state;
     FrameChunker chunker(frames);
-    // Pieces of varying length, as the audio device delivers them.
+    // Pieces of varying length, as the audio device delivers them. At most 64 buffers an input:
+    // a long run of one-frame buffers would otherwise spend the fuzzer's time on thousands of
+    // analyses of the same kind, without reaching anything new.
     const char* bytes = reinterpret_cast<const char*>(data + 1);
     std::size_t left = size - 1, piece = 1;
-    while (left > 0) {
+    int buffers = 0;
+    while (left > 0 && buffers < 64) {
         const std::size_t n = std::min(left, piece);
         chunker.push(bytes, n, [&](const float* samples) {
+            if (++buffers > 64) return;
             const auto metrics = analysis.analyze(samples, chunker.frames(), rate);
             if (!metrics) return;
             state = soundTick(state, *metrics, SoundTuning{}, 1.0 / 60);
