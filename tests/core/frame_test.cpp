@@ -17,8 +17,9 @@ ColourInputs colours(std::uint64_t seed = 1) {
 
 const Viewport kSeahorse{-0.76, -0.72, 0.09, 0.12};
 
+// The frame's rows come from the vector kernel, whose lanes take the next pixel of the row.
 TEST(FrameRender, RowsHoldTheKernelResultsNarrowedToFloat) {
-    for (int width : {1, 2, 7}) {
+    for (int width : {1, 2, 7, 63}) {
         const RenderRequest r = mandelbrotRequest(kSeahorse, width, 3, colours(), 400);
         Frame f;
         renderFrame(r, f);
@@ -34,44 +35,24 @@ TEST(FrameRender, RowsHoldTheKernelResultsNarrowedToFloat) {
     }
 }
 
-TEST(FrameRender, ScalarAndSimdFramesAreIdentical) {
+// A recolour gives the picture a fresh render with the new colours would; kept inputs follow
+// their key and the data.
+TEST(FrameRecolor, MatchesAFreshRenderKeepingInputsOrNot) {
     ColourInputs c = colours();
-    c.dem = c.glow = c.traps = c.relief = true;
-    RenderRequest r = mandelbrotRequest(kSeahorse, 63, 37, c);
-    Frame a, b;
-    r.kernel = KernelKind::scalar;
-    renderFrame(r, a);
-    r.kernel = KernelKind::simd;
-    renderFrame(r, b);
-    EXPECT_EQ(a.pixels, b.pixels);
-}
-
-TEST(FrameRecolor, MatchesAFreshRenderWithTheNewColours) {
-    ColourInputs c = colours();
+    const auto request = [&](const Viewport& v) { return mandelbrotRequest(v, 40, 30, c, 400); };
     Frame f;
-    renderFrame(mandelbrotRequest(kSeahorse, 40, 30, c), f);
-    c.cycleOffset = 0.37;
-    c.frequency = 5.0;
-    c.traps = c.glow = true;
-    c.table = colours(9).table;
-    const RenderRequest changed = mandelbrotRequest(kSeahorse, 40, 30, c);
-    recolorFrame(changed, f);
-    Frame fresh;
-    renderFrame(changed, fresh);
-    EXPECT_EQ(f.pixels, fresh.pixels);
-}
-
-TEST(FrameRecolor, KeptInputsFollowTheKeyAndTheData) {
-    ColourInputs c = colours();
-    c.traps = c.glow = c.dem = true;
-    Frame f;
-    renderFrame(mandelbrotRequest(kSeahorse, 40, 30, c, 400), f);
-    const auto expectFresh = [&](const char* what) {
+    renderFrame(request(kSeahorse), f);
+    const auto expectFresh = [&](const char* what, const Viewport& v = kSeahorse) {
         Frame fresh;
-        renderFrame(mandelbrotRequest(kSeahorse, 40, 30, c, 400), fresh);
+        renderFrame(request(v), fresh);
         EXPECT_EQ(f.pixels, fresh.pixels) << what;
     };
-    const auto recolour = [&] { recolorFrame(mandelbrotRequest(kSeahorse, 40, 30, c, 400), f, true); };
+    c.traps = c.glow = c.dem = true;
+    c.frequency = 5.0;
+    c.table = colours(9).table;
+    recolorFrame(request(kSeahorse), f);
+    expectFresh("shadings on, nothing kept");
+    const auto recolour = [&] { recolorFrame(request(kSeahorse), f, true); };
     recolour();
     ASSERT_TRUE(f.keptInputs.key.has_value());
     EXPECT_TRUE(f.keptInputs.weight.size() == 1200 && f.keptInputs.edge.size() == 1200);
@@ -80,7 +61,7 @@ TEST(FrameRecolor, KeptInputsFollowTheKeyAndTheData) {
     expectFresh("offset moved");
     c.tuning.glowRadius = 2.5;  // another key: made anew
     recolour();
-    EXPECT_EQ(f.keptInputs.key, colourInputKey(mandelbrotRequest(kSeahorse, 40, 30, c, 400).colour));
+    EXPECT_EQ(f.keptInputs.key, colourInputKey(request(kSeahorse).colour));
     expectFresh("radius changed");
     c.traps = false;  // unused arrays are let go
     recolour();
@@ -88,15 +69,12 @@ TEST(FrameRecolor, KeptInputsFollowTheKeyAndTheData) {
     expectFresh("traps off");
     // New data under the same key: the renderer lets the kept inputs go.
     const Viewport below{-0.76, -0.72, 0.19, 0.22};
-    const RenderRequest moved = mandelbrotRequest(below, 40, 30, c, 400);
-    ASSERT_EQ(f.keptInputs.key, colourInputKey(moved.colour));
-    renderFrame(moved, f);
+    ASSERT_EQ(f.keptInputs.key, colourInputKey(request(below).colour));
+    renderFrame(request(below), f);
     EXPECT_FALSE(f.keptInputs.key.has_value());
     c.cycleOffset = 0.9;
-    recolorFrame(mandelbrotRequest(below, 40, 30, c, 400), f, true);
-    Frame fresh;
-    renderFrame(mandelbrotRequest(below, 40, 30, c, 400), fresh);
-    EXPECT_EQ(f.pixels, fresh.pixels);
+    recolorFrame(request(below), f, true);
+    expectFresh("moved", below);
 }
 
 TEST(FrameRelief, RelightingEqualsRenderingWithTheNewLight) {

@@ -33,18 +33,44 @@ std::uint64_t iterationsFor(bool julia, std::int32_t maxIter, double x, double y
     return n;
 }
 
-TEST(KernelScalar, InteriorShortcutsCatchCardioidAndBulb) {
-    expectInterior(mandel(255, 0, 0), 255);
-    expectInterior(mandel(255, -1, 0), 255);
-    EXPECT_EQ(iterationsFor(false, 255, 0, 0), 0u);
-    EXPECT_EQ(iterationsFor(false, 255, -1, 0), 0u);
-    // The shortcut looks only at c, even with a non-zero z0.
-    EscapeResult r;
+// Points that come out interior, and the most steps each may take to get there: the cardioid
+// and bulb shortcuts, ceilings below one, NaN coordinates, and attracting cycles caught early
+// (c = -1 has the 2-cycle {0, -1}, the rabbit c = -0.122 + 0.745i a 3-cycle; a Mandelbrot point
+// in the period-3 bulb is not covered by the shortcut).
+TEST(KernelScalar, InteriorPointsAndTheStepsTheyTake) {
+    const struct {
+        const char* what;
+        bool julia;
+        std::int32_t maxIter;
+        double x, y, cr, ci;
+        std::uint64_t most;
+    } cases[] = {{"cardioid", false, 255, 0, 0, 0, 0, 0},
+                 {"period-2 bulb", false, 255, -1, 0, 0, 0, 0},
+                 {"ceiling 0", false, 0, 2, 0, 0, 0, 0},
+                 {"ceiling -1", false, -1, 2, 0, 0, 0, 0},
+                 {"ceiling -1000", false, -1000, 2, 0, 0, 0, 0},
+                 {"julia ceiling 0", true, 0, 5, 5, 0, 0, 0},
+                 {"julia ceiling -1", true, -1, 5, 5, 0, 0, 0},
+                 {"nan x", false, 300, kNaN, 0, 0, 0, 300},
+                 {"nan y", false, 300, 0.3, kNaN, 0, 0, 300},
+                 {"julia nan", true, 300, kNaN, 0, -1, 0, 300},
+                 {"basilica 2-cycle", true, 1000000, 0.1, 0.05, -1, 0, 1000},
+                 {"rabbit 3-cycle", true, 1000000, 0.05, 0.02, -0.122, 0.745, 5000},
+                 {"period-3 bulb", false, 1000000, -0.122, 0.745, 0, 0, 5000}};
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.what);
+        EscapeResult r;
+        if (c.julia) juliaPoint(c.maxIter, r, c.x, c.y, c.cr, c.ci);
+        else mandelbrotPoint(c.maxIter, r, c.x, c.y, 0, 0);
+        expectInterior(r, c.maxIter);
+        EXPECT_LE(iterationsFor(c.julia, c.maxIter, c.x, c.y, c.cr, c.ci), c.most);
+    }
+    EscapeResult r;  // the shortcut looks only at c, even with a non-zero z0
     mandelbrotPoint(100, r, 0, 0, 5, 5);
     expectInterior(r, 100);
 }
 
-TEST(KernelScalar, CEqualsTwoEscapesOnTheFourthStep) {
+TEST(KernelScalar, EscapesOnTheRightStep) {
     // z = 2, 6, 38, 1446: |z|^2 passes 65536 at step 4.
     const EscapeResult r = mandel(255, 2, 0);
     EXPECT_NEAR(r.nu, 5.0 - std::log2(std::log(1446.0)), 1e-12);
@@ -55,37 +81,10 @@ TEST(KernelScalar, CEqualsTwoEscapesOnTheFourthStep) {
     EXPECT_EQ(mandel(4, 2, 0).nu, 3.5);
     expectInterior(mandel(3, 2, 0), 3);
     EXPECT_NEAR(mandel(5, 2, 0).nu, 5.0 - std::log2(std::log(1446.0)), 1e-12);
-}
-
-TEST(KernelScalar, CeilingBelowOneIsInteriorWithoutIterating) {
-    for (std::int32_t maxIter : {0, -1, -1000}) {
-        expectInterior(mandel(maxIter, 2, 0), maxIter);
-        EscapeResult r;
-        juliaPoint(maxIter, r, 5, 5, 0, 0);
-        expectInterior(r, maxIter);
-        EXPECT_EQ(iterationsFor(false, maxIter, 2, 0), 0u);
-    }
-}
-
-TEST(KernelScalar, EscapeOnFirstStepHasFiniteTrap) {
-    const EscapeResult r = mandel(255, 300, 200);
+    // Escaping on the first step, off the axes, leaves a finite trap distance.
     EXPECT_EQ(iterationsFor(false, 255, 300, 200), 1u);
-    EXPECT_EQ(r.trapDistance, 200.0);
-    EXPECT_TRUE(std::isfinite(r.distance));
-}
-
-TEST(KernelScalar, AttractingJuliaCycleIsInteriorEarly) {
-    // c = -1 has an attracting 2-cycle {0, -1}; c = -0.122 + 0.745i (the rabbit) a 3-cycle.
-    const std::int32_t maxIter = 1000000;
-    EscapeResult r;
-    juliaPoint(maxIter, r, 0.1, 0.05, -1, 0);
-    expectInterior(r, maxIter);
-    EXPECT_LT(iterationsFor(true, maxIter, 0.1, 0.05, -1, 0), 1000u);
-    juliaPoint(maxIter, r, 0.05, 0.02, -0.122, 0.745);
-    expectInterior(r, maxIter);
-    EXPECT_LT(iterationsFor(true, maxIter, 0.05, 0.02, -0.122, 0.745), 5000u);
-    // A Mandelbrot point in the period-3 bulb (not covered by the shortcut) too.
-    EXPECT_LT(iterationsFor(false, maxIter, -0.122, 0.745), 5000u);
+    EXPECT_EQ(mandel(255, 300, 200).trapDistance, 200.0);
+    EXPECT_TRUE(std::isfinite(mandel(255, 300, 200).distance));
 }
 
 TEST(KernelScalar, DerivativeOverflowZeroesDistanceOnly) {
@@ -97,27 +96,6 @@ TEST(KernelScalar, DerivativeOverflowZeroesDistanceOnly) {
     EXPECT_LT(r.nu, 5000.0);
     EXPECT_EQ(r.distance, 0.0);
     EXPECT_TRUE(std::isfinite(r.trapDistance));
-}
-
-TEST(KernelScalar, NaNCoordinatesRunToTheCeiling) {
-    expectInterior(mandel(300, kNaN, 0), 300);
-    expectInterior(mandel(300, 0.3, kNaN), 300);
-    EscapeResult r;
-    juliaPoint(300, r, kNaN, 0, -1, 0);
-    expectInterior(r, 300);
-}
-
-TEST(KernelScalar, PairsEqualTwoSinglePoints) {
-    EscapeResult a, b;
-    mandelbrotPointPair(500, a, b, -0.7436, 0.1318, 0.3, 0.5, 0, 0);
-    EXPECT_EQ(a, mandel(500, -0.7436, 0.1318));
-    EXPECT_EQ(b, mandel(500, 0.3, 0.5));
-    EscapeResult c, d, e, f;
-    juliaPointPair(500, c, d, 0.1, 0.2, 1.5, -0.3, -0.8, 0.156);
-    juliaPoint(500, e, 0.1, 0.2, -0.8, 0.156);
-    juliaPoint(500, f, 1.5, -0.3, -0.8, 0.156);
-    EXPECT_EQ(c, e);
-    EXPECT_EQ(d, f);
 }
 
 // A table of regions: every compiled SIMD target must give the scalar kernel's bits.

@@ -26,96 +26,72 @@ std::string mapText(const std::string& first, const std::string& sep = "\n", int
     return text;
 }
 
-// --- Files that read ------------------------------------------------------------------------
-
-struct ReadCase {
-    const char* name;
-    std::string text;
-    aColor first;
-};
-// ctest lists the case by its name rather than its bytes.
-void PrintTo(const ReadCase& c, std::ostream* os) { *os << c.name; }
-
-class MapRead : public ::testing::TestWithParam<ReadCase> {};
-
-TEST_P(MapRead, GivesAllColoursInOrder) {
-    const MapParseResult result = parseMap(GetParam().text);
-    ASSERT_TRUE(result.colors) << result.error;
-    EXPECT_EQ(result.error, "");
-    ASSERT_EQ(result.colors->size(), 256u);
-    EXPECT_EQ(result.colors->front(), GetParam().first);
-    EXPECT_EQ(result.colors->back(), kFiller);
-}
-
-INSTANTIATE_TEST_SUITE_P(
-    Map, MapRead,
-    ::testing::Values(
-        ReadCase{"Blanks", mapText("0 128 255"), kDeepBlue},
-        ReadCase{"Commas", mapText("0,128,255"), kDeepBlue},
-        ReadCase{"TrailingComment", mapText("0 128 255 ; deep blue"), kDeepBlue},
-        ReadCase{"RunsOfSeparators", mapText(" \t0 ,, 128\t,255 , "), kDeepBlue},
-        ReadCase{"Signs", mapText("-0 +128 +255"), kDeepBlue},
-        ReadCase{"BlankLinesBetween", mapText("0 128 255", "\n \t\n\n"), kDeepBlue},
-        ReadCase{"NoFinalLineBreak", mapText("0 128 255", "\n", 255) + "1 2 3", kDeepBlue},
-        ReadCase{"CR", mapText("0 128 255", "\r"), kDeepBlue},
-        ReadCase{"CRLF", mapText("0 128 255", "\r\n"), kDeepBlue},
-        ReadCase{"VerticalTab", mapText("0 128 255", "\v"), kDeepBlue},
-        ReadCase{"FormFeed", mapText("0 128 255", "\f"), kDeepBlue},
-        ReadCase{"NextLine", mapText("0 128 255", "\xC2\x85"), kDeepBlue},
-        ReadCase{"LineSeparator", mapText("0 128 255", "\xE2\x80\xA8"), kDeepBlue},
-        ReadCase{"ParagraphSeparator", mapText("0 128 255", "\xE2\x80\xA9"), kDeepBlue},
-        ReadCase{"ByteOrderMark", "\xEF\xBB\xBF" + mapText("0 128 255"), kDeepBlue},
+// Files that read, each giving all 256 colours in order: {what, text, first colour}.
+TEST(MapRead, GivesAllColoursInOrder) {
+    const struct {
+        const char* what;
+        std::string text;
+        aColor first;
+    } cases[] = {
+        {"Blanks", mapText("0 128 255"), kDeepBlue},
+        {"Commas", mapText("0,128,255"), kDeepBlue},
+        {"TrailingComment", mapText("0 128 255 ; deep blue"), kDeepBlue},
+        {"RunsOfSeparators", mapText(" \t0 ,, 128\t,255 , "), kDeepBlue},
+        {"Signs", mapText("-0 +128 +255"), kDeepBlue},
+        {"BlankLinesBetween", mapText("0 128 255", "\n \t\n\n"), kDeepBlue},
+        {"NoFinalLineBreak", mapText("0 128 255", "\n", 255) + "1 2 3", kDeepBlue},
+        {"CR", mapText("0 128 255", "\r"), kDeepBlue},
+        {"CRLF", mapText("0 128 255", "\r\n"), kDeepBlue},
+        {"VerticalTab", mapText("0 128 255", "\v"), kDeepBlue},
+        {"FormFeed", mapText("0 128 255", "\f"), kDeepBlue},
+        {"NextLine", mapText("0 128 255", "\xC2\x85"), kDeepBlue},
+        {"LineSeparator", mapText("0 128 255", "\xE2\x80\xA8"), kDeepBlue},
+        {"ParagraphSeparator", mapText("0 128 255", "\xE2\x80\xA9"), kDeepBlue},
+        {"ByteOrderMark", "\xEF\xBB\xBF" + mapText("0 128 255"), kDeepBlue},
         // A lone 0xE9 is not UTF-8, so the file is Latin-1 and its 0x85 bytes end lines.
-        ReadCase{"Latin1Fallback", mapText("0 128 255 caf\xE9"), kDeepBlue},
-        ReadCase{"Latin1NextLine", mapText("0 128 255", "\x85"), kDeepBlue},
-        ReadCase{"NotClamped", mapText("256 -5 300"), {256 / 255.0, -5 / 255.0, 300 / 255.0}},
-        ReadCase{"Int64Limits", mapText("9223372036854775807 -9223372036854775808 0"),
-                 {0x1p63 / 255.0, -0x1p63 / 255.0, 0}}),
-    [](const auto& info) { return info.param.name; });
-
-// --- Files that do not ----------------------------------------------------------------------
-
-struct RejectCase {
-    const char* name;
-    std::string text;
-    std::string error;
-};
-void PrintTo(const RejectCase& c, std::ostream* os) { *os << c.name; }
-
-class MapReject : public ::testing::TestWithParam<RejectCase> {};
-
-TEST_P(MapReject, ExplainsWhy) {
-    const MapParseResult result = parseMap(GetParam().text);
-    EXPECT_FALSE(result.colors);
-    EXPECT_EQ(result.error, GetParam().error);
+        {"Latin1Fallback", mapText("0 128 255 caf\xE9"), kDeepBlue},
+        {"Latin1NextLine", mapText("0 128 255", "\x85"), kDeepBlue},
+        {"NotClamped", mapText("256 -5 300"), {256 / 255.0, -5 / 255.0, 300 / 255.0}},
+        {"Int64Limits", mapText("9223372036854775807 -9223372036854775808 0"), {0x1p63 / 255.0, -0x1p63 / 255.0, 0}}};
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.what);
+        const MapParseResult result = parseMap(c.text);
+        ASSERT_TRUE(result.colors) << result.error;
+        EXPECT_EQ(result.error, "");
+        ASSERT_EQ(result.colors->size(), 256u);
+        EXPECT_EQ(result.colors->front(), c.first);
+        EXPECT_EQ(result.colors->back(), kFiller);
+    }
 }
 
-const std::string kNotNumbers = "expected three whole numbers (red green blue)";
-
-INSTANTIATE_TEST_SUITE_P(
-    Map, MapReject,
-    ::testing::Values(
-        RejectCase{"Empty", "", "expected 256 colour lines, found 0"},
-        RejectCase{"OnlyBlankLines", "\n \t\n\r\n", "expected 256 colour lines, found 0"},
-        RejectCase{"TooFewLines", mapText("1 2 3", "\n", 255),
-                   "expected 256 colour lines, found 255"},
-        RejectCase{"TooManyLines", mapText("1 2 3", "\n", 257),
-                   "expected 256 colour lines, found 257"},
-        RejectCase{"CommentOnlyLine", "; deep blue\n" + mapText("1 2 3"),
-                   "line 1: " + kNotNumbers},
-        RejectCase{"TwoFields", "1 2 3\n\n0 128\n" + mapText("1 2 3"), "line 3: " + kNotNumbers},
-        RejectCase{"CRLFIsOneBreak", "1 2 3\r\n1 2 3\r\n1 2 x\r\n", "line 3: " + kNotNumbers},
-        RejectCase{"Decimal", mapText("12.5 0 0"), "line 1: " + kNotNumbers},
-        RejectCase{"Hex", mapText("0x10 0 0"), "line 1: " + kNotNumbers},
-        RejectCase{"TwoSigns", mapText("+-5 0 0"), "line 1: " + kNotNumbers},
-        RejectCase{"LoneSign", mapText("0 + 0"), "line 1: " + kNotNumbers},
-        RejectCase{"ArabicIndicDigit", mapText("\xD9\xA1 0 0"), "line 1: " + kNotNumbers},
-        RejectCase{"SemicolonTouchingNumber", mapText("0 128 255;"), "line 1: " + kNotNumbers},
-        RejectCase{"TooBig", "1 2 3\n1 2 3\n\n1 2 3\n99999999999999999999 0 0\n",
-                   "line 5: number out of range"},
-        RejectCase{"TooSmall", mapText("0 0 -9223372036854775809"),
-                   "line 1: number out of range"}),
-    [](const auto& info) { return info.param.name; });
+// Files that do not read, each with the reason given: {what, text, error}.
+TEST(MapRead, RefusesWithAReason) {
+    const std::string notNumbers = "expected three whole numbers (red green blue)";
+    const struct {
+        const char* what;
+        std::string text, error;
+    } cases[] = {
+        {"Empty", "", "expected 256 colour lines, found 0"},
+        {"OnlyBlankLines", "\n \t\n\r\n", "expected 256 colour lines, found 0"},
+        {"TooFewLines", mapText("1 2 3", "\n", 255), "expected 256 colour lines, found 255"},
+        {"TooManyLines", mapText("1 2 3", "\n", 257), "expected 256 colour lines, found 257"},
+        {"CommentOnlyLine", "; deep blue\n" + mapText("1 2 3"), "line 1: " + notNumbers},
+        {"TwoFields", "1 2 3\n\n0 128\n" + mapText("1 2 3"), "line 3: " + notNumbers},
+        {"CRLFIsOneBreak", "1 2 3\r\n1 2 3\r\n1 2 x\r\n", "line 3: " + notNumbers},
+        {"Decimal", mapText("12.5 0 0"), "line 1: " + notNumbers},
+        {"Hex", mapText("0x10 0 0"), "line 1: " + notNumbers},
+        {"TwoSigns", mapText("+-5 0 0"), "line 1: " + notNumbers},
+        {"LoneSign", mapText("0 + 0"), "line 1: " + notNumbers},
+        {"ArabicIndicDigit", mapText("\xD9\xA1 0 0"), "line 1: " + notNumbers},
+        {"SemicolonTouchingNumber", mapText("0 128 255;"), "line 1: " + notNumbers},
+        {"TooBig", "1 2 3\n1 2 3\n\n1 2 3\n99999999999999999999 0 0\n", "line 5: number out of range"},
+        {"TooSmall", mapText("0 0 -9223372036854775809"), "line 1: number out of range"}};
+    for (const auto& c : cases) {
+        const MapParseResult result = parseMap(c.text);
+        EXPECT_FALSE(result.colors) << c.what;
+        EXPECT_EQ(result.error, c.error) << c.what;
+    }
+}
 
 // --- Writing --------------------------------------------------------------------------------
 

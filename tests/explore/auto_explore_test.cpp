@@ -47,14 +47,11 @@ TEST(BoundaryCandidates, EscapedWithPositiveDistanceInColumnsAndRows15To84) {
     }
 }
 
-TEST(NearestCandidates, TiesNeverDisplaceAndKeepTheirOrder) {
-    NearestCandidates best;
-    for (std::size_t i = 0; i < 41; ++i) best.offer({i, 0.5f});
-    ASSERT_EQ(best.held().size(), 40u);
-    for (std::size_t i = 0; i < 40; ++i) EXPECT_EQ(best.held()[i].index, i);
-}
-
-TEST(NearestCandidates, KeepsTheFortySmallestLargestFirst) {
+TEST(NearestCandidates, KeepTheFortySmallestLargestFirstAndTiesNeverDisplace) {
+    NearestCandidates tied;
+    for (std::size_t i = 0; i < 41; ++i) tied.offer({i, 0.5f});
+    ASSERT_EQ(tied.held().size(), 40u);
+    for (std::size_t i = 0; i < 40; ++i) EXPECT_EQ(tied.held()[i].index, i);  // in their order
     std::vector<int> distances(200);
     std::iota(distances.begin(), distances.end(), 1);
     std::shuffle(distances.begin(), distances.end(), std::mt19937(42));

@@ -7,80 +7,76 @@
 #include <cmath>
 #include <cstdio>
 #include <functional>
+#include <map>
 #include <optional>
+#include <set>
 #include <stdexcept>
+#include <tuple>
 
 #include "explore/tuning_slider.h"
 
 namespace gs {
 namespace {
 
-const TuningSliderSpec& find(const std::vector<TuningTab>& tabs, std::string_view title) {
-    for (const TuningTab& tab : tabs)
+const std::vector<TuningTab> kTabs = tuningTable();
+
+const TuningSliderSpec& find(std::string_view title) {
+    for (const TuningTab& tab : kTabs)
         for (const TuningSliderSpec& info : tab.sliders)
             if (info.title == title) return info;
     throw std::runtime_error("no slider " + std::string(title));
 }
 
-struct Row {
-    const char* tab;
-    const char* title;
-    double lower, upper;
-    bool isLog;
-    double defaultValue;
-    const char* pattern;
-};
-
-// Every slider in table order with its range, scale, default and format.
+// Spot checks, a slider of every tab, every scale and every kind of format:
+// {tab, title, lower, upper, logarithmic, default, format}.
+using Row = std::tuple<std::string, std::string, double, double, bool, double, std::string>;
 const Row kRows[] = {
     {"COLOR", "FREQUENCY", 0.1, 8.0, true, 2.0, "%.2f"},
-    {"COLOR", "PHASE", 0, 1, false, 0, "%.2f"},
     {"COLOR", "SPEED", 0.02, 1.0, true, 0.12, "%.2f/s"},
-    {"COLOR", "CURVE", 0.4, 2.5, false, 1.0, "%.2f"},
     {"DISTANCE ESTIMATION", "THICKNESS", -2, 6, false, 0.0, "%.1f"},
-    {"DISTANCE ESTIMATION", "SOFTNESS", 0.25, 8, true, 2.0, "%.1f"},
-    {"GLOW", "STRENGTH", 0, 2, false, 0.9, "%.2f"},
     {"GLOW", "RADIUS", 0.2, 8, true, 0.8, "%.1f"},
-    {"GLOW", "DIM", 0.3, 1.0, false, 0.8, "%.2f"},
-    {"GLOW", "TINT", 0, 1, false, 0.0, "%.2f"},
-    {"TRAPS", "REACH", 0.05, 1.5, true, 0.4, "%.2f"},
     {"TRAPS", "SHARPNESS", 0.15, 2.0, true, 0.45, "%.2f"},
     {"TRAPS", "GLINT", 0, 0.8, false, 0.35, "%.2f"},
     {"RELIEF", "DIRECTION", 0, 360, false, 225, "%.0f°"},
-    {"RELIEF", "DRAMA", 0, 100, false, 58.82296529141268, "%.0f%%"},
-    {"RELIEF", "HEIGHT", 0.25, 3.0, false, 1.0, "%.2f×"},
+    {"RELIEF", "DRAMA", 0, 100, false, 0.7071 / kLongestLightOffset * 100, "%.0f%%"},
     {"RELIEF", "SHADOW", -0.3, 0.3, false, 0.0, "%+.2f"},
-    {"RELIEF", "SHINE", 0, 2, false, 1.0, "%.2f×"},
-    {"RELIEF", "EDGE CALM", 0.2, 1.4, false, 0.6000000238418579, "%.2f"},
-    {"SOUND", "SENSITIVITY", 0.25, 4.0, true, 1.0, "%.2f×"},
+    {"RELIEF", "EDGE CALM", 0.2, 1.4, false, static_cast<double>(0.6f), "%.2f"},
     {"SOUND", "SPIN", 0, 0.5, false, 0.12, "%.2f"},
-    {"SOUND", "HUE", 0, 1, false, 1.0, "%.2f"},
-    {"SOUND", "GLOW BOOST", 0, 6, false, 2.5, "%.1f"},
-    {"SOUND", "SHOCKWAVE", 0, 1, false, 0.6, "%.2f"},
     {"SOUND", "RESPONSE", 0.25, 4.0, true, 1.0, "%.2f×"},
 };
 
-TEST(TuningTable, SixTabsInOrderWithEverySliderExactly) {
-    const std::vector<TuningTab> tabs = tuningTable();
-    std::size_t row = 0;
-    for (const TuningTab& tab : tabs) {
+// Every slider: a value of its own to edit, a range its scale can map, a default inside it that
+// a fresh explorer holds (the light's two views to display precision), help texts, and a format
+// the entry reads back.
+TEST(TuningTable, SixTabsOfConsistentSlidersWithTheSpotCheckedRows) {
+    const ExplorerSettings fresh;
+    std::vector<std::string> tabNames;
+    std::map<std::string, std::string> tabOf;  // by slider title
+    std::vector<TuningTarget> edited;
+    for (const TuningTab& tab : kTabs) {
+        tabNames.push_back(tab.name);
         for (const TuningSliderSpec& s : tab.sliders) {
-            ASSERT_LT(row, std::size(kRows));
-            const Row& r = kRows[row++];
-            SCOPED_TRACE(r.title);
-            EXPECT_EQ(tab.name, r.tab);
-            EXPECT_EQ(s.title, r.title);
-            EXPECT_EQ(s.range.lower, r.lower);
-            EXPECT_EQ(s.range.upper, r.upper);
-            EXPECT_EQ(s.isLog, r.isLog);
-            EXPECT_EQ(s.defaultValue, r.defaultValue);  // bit for bit: EDGE CALM is the float 0.6
-            EXPECT_EQ(s.formatPattern, r.pattern);
+            SCOPED_TRACE(s.title);
+            tabOf[s.title] = tab.name;
+            for (const TuningTarget& t : edited)
+                EXPECT_FALSE(t.kind == s.target.kind && t.shading == s.target.shading && t.sound == s.target.sound);
+            edited.push_back(s.target);
+            EXPECT_TRUE(s.range.lower < s.range.upper && (!s.isLog || s.range.lower > 0));
+            EXPECT_TRUE(s.defaultValue >= s.range.lower && s.defaultValue <= s.range.upper);
+            const bool light = s.title == "DIRECTION" || s.title == "DRAMA";
+            EXPECT_NEAR(readTuningTarget(fresh, s.target), s.defaultValue, light ? 1e-3 : 0);
             EXPECT_FALSE(s.about.empty() || s.up.empty() || s.down.empty());
+            EXPECT_EQ(parseTuningEntry(s.format(s.range.upper), s.formatPattern), s.range.upper);
         }
     }
-    EXPECT_EQ(row, std::size(kRows));
-    EXPECT_EQ(find(tabs, "EDGE CALM").defaultValue, static_cast<double>(0.6f));
-    EXPECT_EQ(find(tabs, "DRAMA").defaultValue, 0.7071 / kLongestLightOffset * 100);
+    EXPECT_EQ(tabNames, (std::vector<std::string>{"COLOR", "DISTANCE ESTIMATION", "GLOW", "TRAPS", "RELIEF",
+                                                  "SOUND"}));
+    EXPECT_EQ(edited.size(), 25u);
+    EXPECT_EQ(tabOf.size(), edited.size());  // titles are unique
+    for (const Row& row : kRows) {  // the default bit for bit: EDGE CALM is the float 0.6
+        const TuningSliderSpec& s = find(std::get<1>(row));
+        EXPECT_EQ(Row(tabOf[s.title], s.title, s.range.lower, s.range.upper, s.isLog, s.defaultValue, s.formatPattern), row);
+    }
 }
 
 // Formats agree with printf in the C locale on rounding and signs, and stay so under a
@@ -88,32 +84,33 @@ TEST(TuningTable, SixTabsInOrderWithEverySliderExactly) {
 TEST(TuningFormat, AgreesWithPrintfInTheCLocaleUnderAnyLocale) {
     const double values[] = {0.0, -0.0, 0.125, 0.135, 2.675, -0.005, 0.005, 0.5, 1.5, 2.5, 58.82296529141268,
                              359.6, 1e-9, -0.3, 0.3, 8.0, 1234567.891, -2.0};
-    std::vector<std::pair<std::string, std::string>> expected;  // (pattern, printf's text)
-    for (const Row& r : kRows) {
+    std::set<std::string> patterns;
+    for (const TuningTab& tab : kTabs)
+        for (const TuningSliderSpec& s : tab.sliders) patterns.insert(s.formatPattern);
+    std::vector<std::string> expected;  // printf's texts
+    for (const std::string& pattern : patterns)
         for (double v : values) {
             char text[64];
-            std::snprintf(text, sizeof text, r.pattern, v);
-            expected.emplace_back(r.pattern, text);
+            std::snprintf(text, sizeof text, pattern.c_str(), v);
+            expected.emplace_back(text);
         }
-    }
     const bool german = std::setlocale(LC_ALL, "de_DE.UTF-8") != nullptr;
     std::size_t i = 0;
-    for (const Row& r : kRows)
-        for (double v : values) EXPECT_EQ(formatTuningValue(r.pattern, v), expected[i++].second) << r.pattern << " " << v;
+    for (const std::string& pattern : patterns)
+        for (double v : values) EXPECT_EQ(formatTuningValue(pattern, v), expected[i++]) << pattern << " " << v;
     std::setlocale(LC_ALL, "C");
     if (!german) GTEST_SKIP() << "de_DE.UTF-8 is not installed; checked in the C locale only";
 }
 
 TEST(TuningHelpCard, FourLinesInTheSlidersOwnFormat) {
-    const std::vector<TuningTab> tabs = tuningTable();
-    EXPECT_EQ(tuningHelpLines(find(tabs, "SHADOW")),
+    EXPECT_EQ(tuningHelpLines(find("SHADOW")),
               (std::vector<std::string>{"How dark the shaded side gets.", "Range -0.30 to +0.30; default +0.00.",
                                         "Up: lighter shadows.", "Down: deeper shadows."}));
-    EXPECT_EQ(tuningHelpLines(find(tabs, "DRAMA"))[1], "Range 0% to 100%; default 59%.");
-    EXPECT_EQ(tuningHelpLines(find(tabs, "SPEED"))[0],
+    EXPECT_EQ(tuningHelpLines(find("DRAMA"))[1], "Range 0% to 100%; default 59%.");
+    EXPECT_EQ(tuningHelpLines(find("SPEED"))[0],
               "How fast ANIMATE cycles the colors, and how long Record Animation lasts. Only active while ANIMATE "
               "is on.");
-    TuningSliderSpec bare = find(tabs, "HEIGHT");
+    TuningSliderSpec bare = find("HEIGHT");
     bare.up.clear();
     bare.down.clear();
     EXPECT_EQ(tuningHelpLines(bare),
@@ -129,7 +126,6 @@ struct TrackCase {
 
 // value -> position, and back where the value lies inside the range.
 TEST(TuningTrack, MapsValuesToPositionsAndBack) {
-    const std::vector<TuningTab> tabs = tuningTable();
     const TrackCase cases[] = {
         {"FREQUENCY", 0.894427191, 0.5, 1e-9},  // half travel is the geometric mean
         {"FREQUENCY", 2.0, 0.6836, 5e-5},
@@ -143,31 +139,29 @@ TEST(TuningTrack, MapsValuesToPositionsAndBack) {
     };
     for (const TrackCase& c : cases) {
         SCOPED_TRACE(testing::Message() << c.title << " " << c.value);
-        const TuningSliderSpec& s = find(tabs, c.title);
+        const TuningSliderSpec& s = find(c.title);
         EXPECT_NEAR(tuningPosition(s, c.value), c.position, c.tolerance);
         if (c.value >= s.range.lower && c.value <= s.range.upper) {
             EXPECT_NEAR(tuningValueAt(s, c.position), c.value, std::max(c.tolerance * 10, 1e-12) * s.range.upper);
         }
     }
-    EXPECT_EQ(tuningPosition(find(tabs, "CURVE"), std::nan("")), 0.0);
+    EXPECT_EQ(tuningPosition(find("CURVE"), std::nan("")), 0.0);
 }
 
 TEST(TuningTrack, StepsAreATwentiethOfTheTravelAndGeometricOnLogSliders) {
-    const std::vector<TuningTab> tabs = tuningTable();
-    const TuningSliderSpec& frequency = find(tabs, "FREQUENCY");
+    const TuningSliderSpec& frequency = find("FREQUENCY");
     const double ratio = std::pow(80.0, kTuningStep);
     EXPECT_NEAR(tuningStepped(frequency, 2.0, 1), 2.0 * ratio, 1e-12);
     EXPECT_NEAR(tuningStepped(frequency, 2.0, -2), 2.0 / ratio / ratio, 1e-12);
     EXPECT_EQ(tuningStepped(frequency, 7.9, 1), 8.0);  // held at the end
-    EXPECT_NEAR(tuningStepped(find(tabs, "DIRECTION"), 225, -1), 207, 1e-12);
+    EXPECT_NEAR(tuningStepped(find("DIRECTION"), 225, -1), 207, 1e-12);
 }
 
 TEST(TuningEntry, TitleMessageAndWhatIsANumber) {
-    const std::vector<TuningTab> tabs = tuningTable();
     EXPECT_EQ(capitalizedTitle("EDGE CALM"), "Edge Calm");
     EXPECT_EQ(capitalizedTitle("FREQUENCY"), "Frequency");
-    EXPECT_EQ(tuningEntryMessage(find(tabs, "FREQUENCY")), "Enter a value from 0.10 to 8.00.");
-    EXPECT_EQ(tuningEntryMessage(find(tabs, "SHADOW")), "Enter a value from -0.30 to +0.30.");
+    EXPECT_EQ(tuningEntryMessage(find("FREQUENCY")), "Enter a value from 0.10 to 8.00.");
+    EXPECT_EQ(tuningEntryMessage(find("SHADOW")), "Enter a value from -0.30 to +0.30.");
     const struct {
         const char* text;
         const char* pattern;
@@ -185,8 +179,7 @@ TEST(TuningEntry, TitleMessageAndWhatIsANumber) {
 
 // The light sliders are two views of the raw light position.
 TEST(TuningSettings, DirectionAndDramaRotateAndRescaleTheLightOffset) {
-    const std::vector<TuningTab> tabs = tuningTable();
-    const TuningTarget direction = find(tabs, "DIRECTION").target, drama = find(tabs, "DRAMA").target;
+    const TuningTarget direction = find("DIRECTION").target, drama = find("DRAMA").target;
     ExplorerSettings s;
     EXPECT_NEAR(readTuningTarget(s, direction), 225.0, 1e-12);
     EXPECT_NEAR(readTuningTarget(s, drama), 58.8235, 1e-4);
@@ -202,7 +195,6 @@ TEST(TuningSettings, DirectionAndDramaRotateAndRescaleTheLightOffset) {
 }
 
 TEST(TuningSettings, EachValueAsksForTheRepaintItNeeds) {
-    const std::vector<TuningTab> tabs = tuningTable();
     ExplorerSettings s;
     const std::pair<const char*, TuningRepaint> cases[] = {
         {"FREQUENCY", TuningRepaint::recolour}, {"CURVE", TuningRepaint::recolour},
@@ -211,13 +203,13 @@ TEST(TuningSettings, EachValueAsksForTheRepaintItNeeds) {
         {"RESPONSE", TuningRepaint::none},
     };
     for (const auto& [title, repaint] : cases) {
-        const TuningTarget& t = find(tabs, title).target;
+        const TuningTarget& t = find(title).target;
         EXPECT_EQ(writeTuningTarget(s, t, 0.5), repaint) << title;
         EXPECT_EQ(readTuningTarget(s, t), 0.5) << title;
     }
-    writeTuningTarget(s, find(tabs, "PHASE").target, 1.0);  // the offset stays below one cycle
+    writeTuningTarget(s, find("PHASE").target, 1.0);  // the offset stays below one cycle
     EXPECT_LT(s.cycleOffset, 1.0);
-    EXPECT_EQ(find(tabs, "PHASE").format(s.cycleOffset), "1.00");
+    EXPECT_EQ(find("PHASE").format(s.cycleOffset), "1.00");
 }
 
 TEST(TuningSettings, OffDefaultsIgnoresFrequencyPhaseAndLight) {

@@ -12,7 +12,6 @@
 #include <QThread>
 #include <chrono>
 #include <random>
-#include <set>
 
 #include "export/image_export.h"
 #include "fault_rounds.h"

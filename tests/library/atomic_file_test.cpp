@@ -15,14 +15,10 @@
 #include <thread>
 
 #include "library/atomic_file.h"
+#include "library_test_support.h"
 
 namespace gs {
 namespace {
-
-QByteArray readAll(const QString& path) {
-    QFile f(path);
-    return f.open(QIODevice::ReadOnly) ? f.readAll() : QByteArray();
-}
 
 // Reads a FIFO (opened without blocking) until its writer has come and gone, for at most ten
 // seconds: a FIFO replaced by a file never gets a writer.
@@ -66,7 +62,7 @@ TEST(AtomicFile, ReplacesRegularFilesAndRefusesWhatItCannotWrite) {
     const QString file = dir.filePath(QStringLiteral("a.txt"));
     ASSERT_TRUE(writeFileAtomically(file, "old"));
     ASSERT_TRUE(writeFileAtomically(file, "new"));
-    EXPECT_EQ(readAll(file), QByteArray("new"));
+    EXPECT_EQ(test::readAll(file), QByteArray("new"));
 
     QString why;
     EXPECT_FALSE(writeFileAtomically(dir.path(), "x", &why));
@@ -92,7 +88,7 @@ TEST(AtomicFile, AFullDiskKeepsTheOldFile) {
     signal(SIGXFSZ, previous);
     EXPECT_FALSE(written);
     EXPECT_FALSE(why.isEmpty());
-    EXPECT_EQ(readAll(file), QByteArray("old"));
+    EXPECT_EQ(test::readAll(file), QByteArray("old"));
     EXPECT_EQ(QDir(dir.path()).entryList(QDir::Files), QStringList{QStringLiteral("a.txt")});
 }
 

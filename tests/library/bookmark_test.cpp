@@ -21,15 +21,10 @@ TEST(TuningJson, IsWrittenInFieldOrderAndReadInAnyOrderWithEveryKey) {
     EXPECT_TRUE(encodeSoundTuning({std::numeric_limits<double>::quiet_NaN()}).isEmpty());
 }
 
-class Packing : public ::testing::TestWithParam<std::pair<double, int>> {};
-
-TEST_P(Packing, RoundsHalvesAwayFromZeroAndClamps) {
-    EXPECT_EQ(static_cast<unsigned char>(packColorBytes({{GetParam().first, 0, 0}})[0]), GetParam().second);
+TEST(Bookmark, PackingRoundsHalvesAwayFromZeroAndClamps) {
+    for (const auto& [value, byte] : {std::pair{1.0, 255}, {0.5, 128}, {-0.2, 0}, {1.7, 255}, {0.5 / 255, 1}, {0.49 / 255, 0}})
+        EXPECT_EQ(static_cast<unsigned char>(packColorBytes({{value, 0, 0}})[0]), byte) << value;
 }
-
-INSTANTIATE_TEST_SUITE_P(Bookmark, Packing,
-                         ::testing::Values(std::pair{1.0, 255}, std::pair{0.5, 128}, std::pair{-0.2, 0},
-                                           std::pair{1.7, 255}, std::pair{0.5 / 255, 1}, std::pair{0.49 / 255, 0}));
 
 TEST(Bookmark, JsonRoundTripsInFieldOrderWithTheTuningOnlyWhenPresent) {
     Bookmark b = test::sampleBookmark(QStringLiteral("Spiral \"2\" \\ café\t"));
@@ -43,39 +38,35 @@ TEST(Bookmark, JsonRoundTripsInFieldOrderWithTheTuningOnlyWhenPresent) {
     EXPECT_EQ(decodeBookmarks(encodeBookmarks({b, test::sampleBookmark()})), (QList<Bookmark>{b, test::sampleBookmark()}));
 }
 
-struct RecordCase {
-    const char* key;
-    QJsonValue value;   // undefined: the key is removed
-    const char* error;  // nullptr: the record still decodes
-};
-void PrintTo(const RecordCase& c, std::ostream* os) { *os << c.key; }
-
-class Record : public ::testing::TestWithParam<RecordCase> {};
-
-TEST_P(Record, NeedsEveryTypedKeyButTheTuning) {
-    QJsonObject o = QJsonDocument::fromJson(encodeBookmark(test::sampleBookmark())).object();
-    if (GetParam().value.isUndefined()) o.remove(QLatin1String(GetParam().key));
-    else o.insert(QLatin1String(GetParam().key), GetParam().value);
-    QString why;
-    const auto b = decodeBookmark(QJsonDocument(o).toJson(), &why);
-    EXPECT_EQ(why, QString::fromUtf8(GetParam().error ? GetParam().error : ""));
-    if (b && QLatin1String(GetParam().key) == QLatin1String("tuning")) {
-        EXPECT_FALSE(b->tuning);
+// Every key but the tuning must be there with its type: {key, value (undefined: the key is
+// removed), the error (nullptr: the record still decodes)}.
+TEST(Bookmark, NeedsEveryTypedKeyButTheTuning) {
+    const struct {
+        const char* key;
+        QJsonValue value;
+        const char* error;
+    } cases[] = {
+        {"tuning", QJsonValue(QJsonValue::Undefined), nullptr},
+        {"tuning", QJsonValue(QJsonValue::Null), nullptr},
+        {"futureField", 3, nullptr},
+        {"xmin", QJsonValue(QJsonValue::Undefined), "missing key \"xmin\""},
+        {"ymax", QStringLiteral("1"), "\"ymax\" is not a number"},
+        {"glowEnabled", 1, "\"glowEnabled\" is not true or false"},
+        {"tuning", QJsonObject{{QStringLiteral("curve"), 1}}, "\"tuning\": missing key \"demThickness\""},
+        {"paletteColors", QString::fromLatin1(QByteArray(765, 'x').toBase64()), "Expected 768 packed color bytes, got 765"},
+        {"paletteColors", QString(1022, u'A'), "\"paletteColors\" is not padded base64 text"},
+        {"xmax", -0.7500000000000002, "xmin, xmax, ymin, ymax do not make a view (xmin < xmax, ymin < ymax)"},
+    };
+    for (const auto& c : cases) {
+        QJsonObject o = QJsonDocument::fromJson(encodeBookmark(test::sampleBookmark())).object();
+        if (c.value.isUndefined()) o.remove(QLatin1String(c.key));
+        else o.insert(QLatin1String(c.key), c.value);
+        QString why;
+        const auto b = decodeBookmark(QJsonDocument(o).toJson(), &why);
+        EXPECT_EQ(why, QString::fromUtf8(c.error ? c.error : "")) << c.key;
+        EXPECT_FALSE(b && QLatin1String(c.key) == QLatin1String("tuning") && b->tuning) << c.key;
     }
 }
-
-INSTANTIATE_TEST_SUITE_P(
-    Bookmark, Record,
-    ::testing::Values(RecordCase{"tuning", QJsonValue(QJsonValue::Undefined), nullptr},
-                      RecordCase{"tuning", QJsonValue(QJsonValue::Null), nullptr},
-                      RecordCase{"futureField", 3, nullptr},
-                      RecordCase{"xmin", QJsonValue(QJsonValue::Undefined), "missing key \"xmin\""},
-                      RecordCase{"ymax", QStringLiteral("1"), "\"ymax\" is not a number"},
-                      RecordCase{"glowEnabled", 1, "\"glowEnabled\" is not true or false"},
-                      RecordCase{"tuning", QJsonObject{{QStringLiteral("curve"), 1}}, "\"tuning\": missing key \"demThickness\""},
-                      RecordCase{"paletteColors", QString::fromLatin1(QByteArray(765, 'x').toBase64()), "Expected 768 packed color bytes, got 765"},
-                      RecordCase{"paletteColors", QString(1022, u'A'), "\"paletteColors\" is not padded base64 text"},
-                      RecordCase{"xmax", -0.7500000000000002, "xmin, xmax, ymin, ymax do not make a view (xmin < xmax, ymin < ymax)"}));
 
 TEST(Bookmark, ZoomFactorIsFourOverAUsableWidthElseOne) {
     const double inf = std::numeric_limits<double>::infinity();

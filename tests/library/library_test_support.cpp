@@ -4,11 +4,8 @@
 
 #include <QCoreApplication>
 #include <QDir>
-#include <QElapsedTimer>
-#include <QEventLoop>
 #include <QFile>
 #include <QTemporaryDir>
-#include <QTimer>
 #include <cstdlib>
 
 namespace gs::test {
@@ -71,19 +68,6 @@ void writeAll(const QString& path, const QByteArray& bytes) {
     QFile f(path);
     ASSERT_TRUE(f.open(QIODevice::WriteOnly | QIODevice::Truncate));
     f.write(bytes);
-}
-
-bool waitFor(const std::function<bool()>& pred, int ms) {
-    QElapsedTimer clock;
-    clock.start();
-    QEventLoop loop;
-    QTimer tick;
-    QObject::connect(&tick, &QTimer::timeout, &loop, [&] {
-        if (pred() || clock.elapsed() > ms) loop.quit();
-    });
-    tick.start(5);
-    if (!pred()) loop.exec();
-    return pred();
 }
 
 }  // namespace gs::test

@@ -3,7 +3,6 @@
 
 #include <QByteArray>
 #include <QString>
-#include <functional>
 #include <ostream>
 
 #include "library/bookmark.h"
@@ -19,9 +18,6 @@ QString testHome();
 
 QByteArray readAll(const QString& path);
 void writeAll(const QString& path, const QByteArray& bytes);
-
-// Runs the event loop until pred holds or ms pass; returns pred().
-bool waitFor(const std::function<bool()>& pred, int ms);
 
 }  // namespace gs::test
 

@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <QElapsedTimer>
+#include <QTest>
 #include <QTemporaryDir>
 #include <QTimer>
 
@@ -47,7 +48,7 @@ protected:
     void load(const QByteArray& manifestBody) {
         server.serve(kBase + QStringLiteral("manifest.json"), manifestBody);
         library.load();
-        ASSERT_TRUE(test::waitFor([&] { return library.loadState().phase != LoadState::Phase::loading; }, 5000));
+        ASSERT_TRUE(QTest::qWaitFor([&] { return library.loadState().phase != LoadState::Phase::loading; }, 5000));
     }
 
     // Selects every entry, imports, and waits for the result alert.
@@ -57,7 +58,7 @@ protected:
                 if (!library.isSelected(item)) library.toggleSelection(item);
         const std::size_t before = alerts.size();
         library.importSelected();
-        EXPECT_TRUE(test::waitFor([&] { return alerts.size() > before; }, 5 * static_cast<int>(test::kShortTotal.count())));
+        EXPECT_TRUE(QTest::qWaitFor([&] { return alerts.size() > before; }, 5 * static_cast<int>(test::kShortTotal.count())));
         return alerts.size() > before ? alerts.back() : AlertText{};
     }
 
@@ -87,7 +88,7 @@ TEST_F(OnlineLibraryTest, AFailedManifestCanBeRetried) {
         QStringLiteral("Couldn't reach the online library. Check your connection and try again.");
     server.answer(kBase + QStringLiteral("manifest.json"), Answer::hangUp);
     library.load();
-    ASSERT_TRUE(test::waitFor([&] { return library.loadState() == LoadState::failed(unreachable); }, 5000));
+    ASSERT_TRUE(QTest::qWaitFor([&] { return library.loadState() == LoadState::failed(unreachable); }, 5000));
     EXPECT_EQ(library.statusText(), unreachable);
     load("<html>not a manifest</html>");
     EXPECT_EQ(library.loadState(), LoadState::failed(unreachable));
@@ -107,6 +108,8 @@ TEST_F(OnlineLibraryTest, ImportsInParallelCountingFailuresAndNumberingTakenName
     load(manifest({{QStringLiteral("a"), {QStringLiteral("Ember"), QStringLiteral("Gone")}},
                    {QStringLiteral("b"), {QStringLiteral("Ember")}}}));
     server.holdAnswersUntil(4);  // the manifest and the three entries
+    ASSERT_EQ(library.sections().size(), 2u);
+    ASSERT_EQ(library.sections()[0].size(), 2u);
     const auto& gone = library.sections()[0][1];
     for (const auto& item : {library.sections()[0][0], gone, library.sections()[1][0], gone})
         library.toggleSelection(item);
@@ -164,58 +167,50 @@ TEST_F(OnlineLibraryTest, HostileAnswersEndAsFailuresWithoutBlocking) {
 
     server.answer(kBase + QStringLiteral("manifest.json"), Answer::endless);
     library.load();
-    EXPECT_TRUE(test::waitFor([&] { return library.loadState().phase == LoadState::Phase::failed; }, 3 * static_cast<int>(test::kShortTotal.count())));
+    EXPECT_TRUE(QTest::qWaitFor([&] { return library.loadState().phase == LoadState::Phase::failed; }, 3 * static_cast<int>(test::kShortTotal.count())));
 }
 
-// Our own content folder works as a library on a shared drive: its manifest decodes and every
-// palette it lists imports.
-TEST(OnlineLibraryContent, TheRepositoryFolderServesAsAFileLibrary) {
-    test::ensureApplication();
-    QTemporaryDir home;
-    PaletteLibrary store(home.filePath(QStringLiteral("Palettes")), QString());
-    const auto origin =
-        parseLibraryOrigin(QUrl::fromLocalFile(QStringLiteral(GS_SOURCE_DIR "/library")).toString());
-    ASSERT_TRUE(origin);
-    OnlinePaletteLibrary library(libraryBaseUrl(*origin, LibraryKind::palettes), paletteStoreStep(store));
+// The repository's own library folder, as a library on a shared drive.
+QUrl repositoryLibrary(LibraryKind kind) {
+    const auto origin = parseLibraryOrigin(QUrl::fromLocalFile(QStringLiteral(GS_SOURCE_DIR "/library")).toString());
+    EXPECT_TRUE(origin);
+    return libraryBaseUrl(origin.value_or(QUrl()), kind);
+}
+
+// Loads the library, selects every entry (each one shown to `each`), imports them and returns
+// the result alert.
+template <class Library, class Each>
+AlertText importEverything(Library& library, Each each) {
     std::optional<AlertText> alert;
     library.onImportFinished = [&](const AlertText& a) { alert = a; };
     library.load();
-    ASSERT_TRUE(test::waitFor([&] { return library.loadState() == LoadState::loaded(); }, 5000));
+    EXPECT_TRUE(QTest::qWaitFor([&] { return library.loadState() == LoadState::loaded(); }, 5000));
     EXPECT_GE(library.sections().size(), 2u);
+    for (const auto& section : library.sections())
+        for (const auto& item : section) library.toggleSelection(item), each(item);
+    library.importSelected();
+    EXPECT_TRUE(QTest::qWaitFor([&] { return alert.has_value(); }, 10000));
+    library.onImportFinished = nullptr;
+    return alert.value_or(AlertText{});
+}
+
+// Our own content decodes and every entry it lists imports: each palette, and each bookmark
+// at the width its entry gives for the zoom text.
+TEST(OnlineLibraryContent, EveryEntryOfTheRepositoryFolderImports) {
+    test::ensureApplication();
+    QTemporaryDir home;
+    PaletteLibrary palettes(home.filePath(QStringLiteral("Palettes")), QString());
+    OnlinePaletteLibrary paletteLibrary(repositoryLibrary(LibraryKind::palettes), paletteStoreStep(palettes));
     qsizetype entries = 0;
-    for (const auto& section : library.sections())
-        for (const auto& item : section) library.toggleSelection(item), ++entries;
-    library.importSelected();
-    ASSERT_TRUE(test::waitFor([&] { return alert.has_value(); }, 10000));
-    EXPECT_EQ(alert->title, QStringLiteral("Imported"));
-    EXPECT_EQ(store.loadUserPalettes().size(), entries);
-}
+    EXPECT_EQ(importEverything(paletteLibrary, [&](const auto&) { ++entries; }).title, QStringLiteral("Imported"));
+    EXPECT_EQ(palettes.loadUserPalettes().size(), entries);
 
-// Every bookmark the library lists imports through the bookmark store, at the width its entry
-// gives for the zoom text.
-TEST(OnlineLibraryContent, EveryBookmarkOfTheRepositoryFolderImports) {
-    test::ensureApplication();
-    QTemporaryDir home;
-    BookmarkLibrary store(home.filePath(QStringLiteral("Bookmarks.json")));
-    const auto origin =
-        parseLibraryOrigin(QUrl::fromLocalFile(QStringLiteral(GS_SOURCE_DIR "/library")).toString());
-    ASSERT_TRUE(origin);
-    OnlineBookmarkLibrary library(libraryBaseUrl(*origin, LibraryKind::bookmarks), bookmarkStoreStep(store));
-    std::optional<AlertText> alert;
-    library.onImportFinished = [&](const AlertText& a) { alert = a; };
-    library.load();
-    ASSERT_TRUE(test::waitFor([&] { return library.loadState() == LoadState::loaded(); }, 5000));
-    EXPECT_GE(library.sections().size(), 2u);
+    BookmarkLibrary bookmarks(home.filePath(QStringLiteral("Bookmarks.json")));
+    OnlineBookmarkLibrary bookmarkLibrary(repositoryLibrary(LibraryKind::bookmarks), bookmarkStoreStep(bookmarks));
     QHash<QString, std::pair<double, double>> widths;
-    for (const auto& section : library.sections())
-        for (const auto& item : section) {
-            library.toggleSelection(item);
-            widths[item.entry.name] = {item.entry.xmin, item.entry.xmax};
-        }
-    library.importSelected();
-    ASSERT_TRUE(test::waitFor([&] { return alert.has_value(); }, 10000));
-    EXPECT_EQ(alert->title, QStringLiteral("Imported"));
-    const QList<Bookmark> stored = store.loadUserBookmarks();
+    const auto width = [&](const auto& item) { widths[item.entry.name] = {item.entry.xmin, item.entry.xmax}; };
+    EXPECT_EQ(importEverything(bookmarkLibrary, width).title, QStringLiteral("Imported"));
+    const QList<Bookmark> stored = bookmarks.loadUserBookmarks();
     EXPECT_EQ(stored.size(), widths.size());
     for (const Bookmark& b : stored) EXPECT_EQ(widths.value(b.name), std::make_pair(b.xmin, b.xmax)) << b.name.toStdString();
 }

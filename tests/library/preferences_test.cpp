@@ -31,18 +31,13 @@ TEST_F(Preferences, FirstLaunchReadsDefaultsAndWritesNothing) {
     EXPECT_TRUE(QFile::exists(test::testHome() + QStringLiteral("/.config/glimmerscape/glimmerscape.conf")));
 }
 
-class StoredSpeed : public Preferences, public ::testing::WithParamInterface<std::pair<const char*, std::optional<double>>> {};
-
-TEST_P(StoredSpeed, IsTakenOnlyFrom002To1) {
-    test::writeAll(path(), QByteArray("[General]\nglimmerscape.animationSpeed=") + GetParam().first + '\n');
-    EXPECT_EQ(load().animationSpeed, GetParam().second);
+TEST_F(Preferences, AStoredSpeedIsTakenOnlyFrom002To1) {
+    for (const auto& [text, speed] : {std::pair{"0.02", std::optional(0.02)}, {"1.0", 1.0}, {"0.019", std::nullopt},
+                                      {"1.5", std::nullopt}, {"nan", std::nullopt}}) {
+        test::writeAll(path(), QByteArray("[General]\nglimmerscape.animationSpeed=") + text + '\n');
+        EXPECT_EQ(load().animationSpeed, speed) << text;
+    }
 }
-
-INSTANTIATE_TEST_SUITE_P(Preferences, StoredSpeed,
-                         ::testing::Values(std::pair{"0.02", 0.02}, std::pair{"1.0", 1.0},
-                                           std::pair{"0.019", std::optional<double>()},
-                                           std::pair{"1.5", std::optional<double>()},
-                                           std::pair{"nan", std::optional<double>()}));
 
 TEST_F(Preferences, ATuningMissingOneKeyFallsBackWholeWhileTheOtherLoads) {
     PreferenceValues v;
@@ -83,7 +78,6 @@ TEST_F(Preferences, SaveWritesLocaleFreeTextAndSkipsOnlyATuningItCannotEncode) {
     EXPECT_FALSE(p.shadingTuning);
 }
 
-// Whatever the file holds, loading finishes and every value falls back.
 // A write killed right after creating its lock file leaves the lock empty; the next store must
 // neither wait for it to age (QSettings takes half a minute) nor fail to write.
 TEST_F(Preferences, AnEmptyLockLeftByAKilledWriteIsTakenOverAtOnce) {
@@ -99,23 +93,23 @@ TEST_F(Preferences, AnEmptyLockLeftByAKilledWriteIsTakenOverAtOnce) {
     EXPECT_EQ(PreferencesStore(path()).libraryUrl(), QStringLiteral("https://example.org/"));
 }
 
-class DamagedSettings : public Preferences, public ::testing::WithParamInterface<QByteArray> {};
-
-TEST_P(DamagedSettings, ReadAsDefaults) {
-    if (GetParam().isEmpty()) QDir().mkpath(path());  // unreadable: a folder in the file's place
-    else test::writeAll(path(), GetParam());
-    const LoadedPreferences p = load();
-    EXPECT_FALSE(p.animationSpeed || p.shadingTuning || p.soundTuning);
-    EXPECT_TRUE(PreferencesStore(path()).windowGeometry().isEmpty());
+// Whatever the file holds, loading finishes and every value falls back; last, an unreadable
+// file (a folder in its place).
+TEST_F(Preferences, DamagedSettingsReadAsDefaults) {
+    const QByteArray texts[] = {
+        QByteArray("\x7f" "ELF\x02\x01\x01\0\0\0\xff\xfe[General\n\0\0=\x80\x81", 21),
+        QByteArray("[General]\nglimmerscape.shadingTuning=@ByteArray(\\x\n"
+                   "glimmerscape.soundTuning=@Variant(\\0\\0\\0\\x7f\\0\\0\\0\\x1\\xff)\n"
+                   "glimmerscape.animationSpeed=@Variant(\\0\\0\\0\\x6\\x3\\xff\\xff)\n"),
+        QByteArray()};
+    for (const QByteArray& text : texts) {
+        if (text.isEmpty()) QFile::remove(path()), QDir().mkpath(path());
+        else test::writeAll(path(), text);
+        const LoadedPreferences p = load();
+        EXPECT_FALSE(p.animationSpeed || p.shadingTuning || p.soundTuning) << text.toHex().constData();
+        EXPECT_TRUE(PreferencesStore(path()).windowGeometry().isEmpty());
+    }
 }
-
-INSTANTIATE_TEST_SUITE_P(
-    Preferences, DamagedSettings,
-    ::testing::Values(QByteArray(),
-                      QByteArray("\x7f" "ELF\x02\x01\x01\0\0\0\xff\xfe[General\n\0\0=\x80\x81", 21),
-                      QByteArray("[General]\nglimmerscape.shadingTuning=@ByteArray(\\x\n"
-                                 "glimmerscape.soundTuning=@Variant(\\0\\0\\0\\x7f\\0\\0\\0\\x1\\xff)\n"
-                                 "glimmerscape.animationSpeed=@Variant(\\0\\0\\0\\x6\\x3\\xff\\xff)\n")));
 
 // Found by fuzz_settings_file: a "@Variant(" value whose stream asks for 56 GB.
 TEST_F(Preferences, AVariantAskingForGigabytesIsSetAsideNotDecoded) {

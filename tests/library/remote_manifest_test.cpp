@@ -1,7 +1,6 @@
 #include <gtest/gtest.h>
 
 #include <QSettings>
-#include <QTemporaryDir>
 
 #include "library/library_location.h"
 #include "library/remote_manifest.h"
@@ -98,22 +97,24 @@ TEST(LibraryLocation, AcceptsWebAndFileOriginsOnly) {
 
 // The environment wins over the setting, which wins over the default; a bad value is refused
 // rather than replaced.
+// Runs in the tests' private home (library_test_support.cpp), whose settings file Qt locates
+// once a process: the test clears the setting itself rather than moving the folder.
 TEST(LibraryLocation, TheEnvironmentWinsOverTheSetting) {
-    QTemporaryDir config;
-    qputenv("XDG_CONFIG_HOME", config.path().toUtf8());
+    QSettings settings(QSettings::NativeFormat, QSettings::UserScope, QStringLiteral("glimmerscape"),
+                       QStringLiteral("glimmerscape"));
+    settings.remove(QLatin1String(kLibraryUrlSetting));
+    settings.sync();
     qunsetenv(kLibraryUrlEnvironment);
     EXPECT_EQ(configuredLibraryOrigin(), QUrl(QString::fromLatin1(kDefaultLibraryOrigin)));
-    {
-        QSettings settings(QSettings::NativeFormat, QSettings::UserScope, QStringLiteral("glimmerscape"),
-                           QStringLiteral("glimmerscape"));
-        settings.setValue(QLatin1String(kLibraryUrlSetting), QStringLiteral("file:///mnt/share/library"));
-    }
+    settings.setValue(QLatin1String(kLibraryUrlSetting), QStringLiteral("file:///mnt/share/library"));
+    settings.sync();
     EXPECT_EQ(configuredLibraryOrigin(), QUrl(QStringLiteral("file:///mnt/share/library")));
     qputenv(kLibraryUrlEnvironment, "https://mirror.example.org");
     EXPECT_EQ(configuredLibraryOrigin(), QUrl(QStringLiteral("https://mirror.example.org")));
     qputenv(kLibraryUrlEnvironment, "not a url");
     EXPECT_EQ(configuredLibraryOrigin(), std::nullopt);
     qunsetenv(kLibraryUrlEnvironment);
+    settings.remove(QLatin1String(kLibraryUrlSetting));
 }
 
 }  // namespace

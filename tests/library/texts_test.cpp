@@ -1,9 +1,12 @@
-// The alert texts of the palette browser and the online libraries, for every count that reads
-// differently.
+// The texts of the palette browser, the bookmarks and the online libraries (alerts for every
+// count that reads differently), and how typed names are trimmed.
 #include <gtest/gtest.h>
 
+#include "library/bookmark_texts.h"
+#include "library/names.h"
 #include "library/online_library_texts.h"
 #include "library/palette_texts.h"
+#include "library_test_support.h"
 
 namespace gs {
 namespace {
@@ -75,6 +78,22 @@ TEST(OnlineLibraryTexts, ImportReportReadsRightForEveryCount) {
             << c.imported << " imported, " << c.failed << " failed";
     }
     EXPECT_EQ(onlineLibraryTexts::selectedCount(0), QStringLiteral("0 SELECTED"));
+}
+
+TEST(BookmarkTexts, NameWhatIsOnScreenAndQuoteNamesInCurlyQuotes) {
+    using namespace bookmark_texts;
+    EXPECT_EQ(sidebarStatus(QStringLiteral("Spiral"), 2.5), QStringLiteral("Spiral\n2.5×"));
+    EXPECT_EQ(fullScreenStatus(QString(), 1.0), QStringLiteral("CURRENTLY VIEWING: Unsaved Location  (1.0×)"));
+    EXPECT_EQ(nameTakenMessage(QStringLiteral("Spiral")), QStringLiteral("A bookmark named “Spiral” already exists."));
+    EXPECT_EQ(deleteTitle(QStringLiteral("%1")), QStringLiteral("Delete “%1”?"));
+    EXPECT_EQ(addMessage(QStringLiteral("Bookmark (1)")), QStringLiteral("Save “Bookmark (1)” to My Bookmarks."));
+}
+
+// Names are ordered and numbered through the stores (bookmark_library_test, palette_library_test).
+TEST(Names, OnlyBlanksAreTrimmed) {
+    EXPECT_EQ(trimBlanks(QStringLiteral(" \t\u00a0Spiral \u3000")), QStringLiteral("Spiral"));
+    EXPECT_EQ(trimBlanks(QStringLiteral("\nSpiral\n")), QStringLiteral("\nSpiral\n"));
+    EXPECT_TRUE(trimBlanks(QStringLiteral("  \t ")).isEmpty());
 }
 
 }  // namespace

@@ -70,26 +70,23 @@ gs_pulse_feed() {
     done <"$file" >"$GS_PULSE_FIFO"
 }
 
-gs_pulse_play() {
-    local seconds=$1 file
-    shift
+# Makes the sound with sox (EFFECT: synth SECONDS ... or trim 0 SECONDS) and feeds it.
+gs_pulse_sox() {
+    local file status
     file=$(mktemp) || return 1
-    sox -q -n -r "$GS_PULSE_RATE" -c 1 -e floating-point -b 32 -t raw "$file" synth "$seconds" "$@" &&
-        gs_pulse_feed "$file"
-    local status=$?
+    sox -q -n -r "$GS_PULSE_RATE" -c 1 -e floating-point -b 32 -t raw "$file" "$@" && gs_pulse_feed "$file"
+    status=$?
     rm -f "$file"
     return $status
 }
 
-gs_pulse_silence() {
-    local file
-    file=$(mktemp) || return 1
-    sox -q -n -r "$GS_PULSE_RATE" -c 1 -e floating-point -b 32 -t raw "$file" trim 0 "$1" &&
-        gs_pulse_feed "$file"
-    local status=$?
-    rm -f "$file"
-    return $status
+gs_pulse_play() {
+    local seconds=$1
+    shift
+    gs_pulse_sox synth "$seconds" "$@"
 }
+
+gs_pulse_silence() { gs_pulse_sox trim 0 "$1"; }
 
 gs_pulse_stop() {
     [ -n "$gs_pulse_pid" ] || return 0

@@ -7,7 +7,6 @@
 #include <complex>
 #include <numbers>
 #include <optional>
-#include <random>
 #include <vector>
 
 #include "sound/sound_analysis.h"
@@ -57,33 +56,15 @@ std::vector<float> tone(double hz, double fs, std::size_t n, double amplitude = 
     return v;
 }
 
-TEST(PackedRealFft, IsTwiceThePlainTransformWithNyquistBesideDc) {
-    std::mt19937 rng(11);
-    std::uniform_real_distribution<double> noise(-0.5, 0.5);
-    std::vector<double> x(kN);
-    for (std::size_t j = 0; j < kN; ++j) x[j] = 0.25 + ((j % 2) ? -0.125 : 0.125) + noise(rng);
-    PackedRealFft fft;
-    for (std::size_t j = 0; j < kN; ++j) fft.input()[j] = static_cast<float>(x[j]);
-    for (std::size_t j = 0; j < kN; ++j) x[j] = fft.input()[j];  // the floats actually transformed
-    std::vector<float> re(kN / 2), im(kN / 2);
-    fft.forward(re.data(), im.data());
-    const Packed want = referenceTransform(x);
-    for (std::size_t k = 0; k < kN / 2; ++k) {
-        ASSERT_NEAR(re[k], want.re[k], 2e-3) << "bin " << k;
-        ASSERT_NEAR(im[k], want.im[k], 2e-3) << "bin " << k;
-    }
-    EXPECT_NEAR(re[0], 2 * 2048 * 0.25, 60);  // DC, with the noise's own share
-    EXPECT_NEAR(im[0], 2 * 2048 * 0.125, 60);  // Nyquist
-}
-
 // Buffers shorter and longer than the transform: the spectrum is the windowed first 2048
-// samples (zero-padded, window not re-centred), the loudness covers the whole buffer.
+// samples (zero-padded, window not re-centred), the loudness covers the whole buffer. A DC
+// offset and a Nyquist tone fill the bin that the packed transform shares between them.
 class BufferLength : public ::testing::TestWithParam<std::size_t> {};
 
 TEST_P(BufferLength, SpectrumTakesTheFirst2048SamplesLoudnessAll) {
     const std::size_t n = GetParam();
-    std::vector<float> samples = tone(1000, 48000, n, 0.6);
-    for (std::size_t i = kN; i < n; ++i) samples[i] *= 0.25f;  // a quieter tail
+    std::vector<float> samples = tone(1000, 48000, n, 0.5);
+    for (std::size_t i = 0; i < n; ++i) samples[i] += (i % 2 ? 0.2f : -0.1f) * (i < kN ? 1.0f : 0.25f);
     SoundAnalysis a;
     ASSERT_TRUE(a.analyze(samples.data(), n, 48000).has_value());
     const Packed want = referenceTransform(windowedFrame(samples));
@@ -98,15 +79,6 @@ TEST_P(BufferLength, SpectrumTakesTheFirst2048SamplesLoudnessAll) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Lengths, BufferLength, ::testing::Values(512, 2048, 4096));
-
-TEST(SoundAnalysis, Tone440At48kPeaksAtBin19) {
-    SoundAnalysis a;
-    const std::vector<float> t = tone(440, 48000, kN);
-    const auto m = a.analyze(t.data(), t.size(), 48000);
-    ASSERT_TRUE(m.has_value());
-    EXPECT_EQ(m->pitchHz, 445.3125);
-    EXPECT_GT(m->rms, 0.99);  // the first loud buffer is the loudest yet
-}
 
 TEST(SoundAnalysis, SilenceFromTheStartReadsZeroAndFloorsSink) {
     SoundAnalysis a;
@@ -130,6 +102,7 @@ TEST(SoundAnalysis, SteadyToneFadesAsTheFloorClimbs) {
     const std::vector<float> t = tone(187.5, 48000, kN);  // exactly bin 8: bass, steady
     std::vector<SoundMetrics> m;  // 3000 buffers: two minutes at 48 kHz
     for (int i = 0; i < 3000; ++i) m.push_back(a.analyze(t.data(), t.size(), 48000).value());
+    EXPECT_GT(m[0].rms, 0.99);  // the first loud buffer is the loudest yet
     EXPECT_EQ(m[200].bassEnergy, 1.0);
     EXPECT_EQ(m[200].rms, 1.0);
     EXPECT_LT(m[2999].bassEnergy, 0.01);

@@ -13,23 +13,43 @@ const SoundMetrics kSilence{};
 const SoundMetrics kLoud{1.0, 1000.0, 1.0, 1.0};
 const SoundState kExcited{0.12, 0.3, 3.5, 0.6};
 
+// One tick: {what, from, the sound, response, sensitivity, seconds, the state after}.
 // Silence: loudness falls at 2.2 × response per second, glow and drama head back to neutral at
 // 6 and 8 × response, and the pitch term holds (no pitch, no new colour); response 0 freezes
-// every term.
-TEST(SoundTick, OneTickOfSilenceDecaysAtTheResponsesRates) {
-    const std::pair<double, SoundState> cases[] = {
-        {1.0, {0.12 * (1 - 2.2 / 30), 0.3, 3.5 - 2.5 * 6 / 30, 0.6 * (1 - 8.0 / 30)}},
-        {2.0, {0.12 * (1 - 4.4 / 30), 0.3, 3.5 - 2.5 * 12 / 30, 0.6 * (1 - 16.0 / 30)}},
-        {0.0, kExcited}};
-    for (const auto& [response, want] : cases) {
-        SCOPED_TRACE(response);
+// every term. Sound: loudness rises at 7, the pitch term heads for the pitch's place in the
+// vocal range at 4 (a pitch at or below 80 Hz pulls it towards 0), glow follows treble through
+// its curve. A quarter-second step (the longest a tick gives) brings every term to its target
+// whatever the response; sensitivity 2 takes half loudness, treble and bass to full.
+TEST(SoundTick, EachTermMovesAtItsRate) {
+    const SoundMetrics halves{0.5, 282.842712474619, 0.5, 0.5};  // sqrt(80 × 1000): the middle
+    const struct {
+        const char* what;
+        SoundState from;
+        SoundMetrics sound;
+        double response, sensitivity, seconds;
+        SoundState want;
+    } cases[] = {
+        {"silence", kExcited, kSilence, 1, 1, kTick, {0.12 * (1 - 2.2 / 30), 0.3, 3.5 - 2.5 * 6 / 30, 0.6 * (1 - 8.0 / 30)}},
+        {"silence, response 2", kExcited, kSilence, 2, 1, kTick,
+         {0.12 * (1 - 4.4 / 30), 0.3, 3.5 - 2.5 * 12 / 30, 0.6 * (1 - 16.0 / 30)}},
+        {"silence, response 0", kExcited, kSilence, 0, 1, kTick, kExcited},
+        {"loud", {}, kLoud, 1, 1, kTick, {0.12 * 7 / 30, 4.0 / 30, 1 + 2.5 * 6 / 30, 0.6 * 8 / 30}},
+        {"low pitch", kExcited, {0, 70.3125, 0, 0}, 1, 1, kTick,
+         {0.12 * (1 - 2.2 / 30), 0.3 * (1 - 4.0 / 30), 3.5 - 2.5 * 6 / 30, 0.6 * (1 - 8.0 / 30)}},
+        {"treble", {}, {0, std::nullopt, 0.5, 0}, 1, 1, 0.25, {0, 0, 1 + 2.5 * std::pow(0.5, 1.6), 0}},
+        {"longest step", {}, halves, 1, 2, 0.25, {0.12, 0.5, 3.5, 0.6}},
+        {"longest step, response 3", {}, halves, 3, 2, 0.25, {0.12, 0.5, 3.5, 0.6}},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.what);
         SoundTuning t;
-        t.response = response;
-        const SoundState s = soundTick(kExcited, kSilence, t, kTick);
-        EXPECT_DOUBLE_EQ(s.soundVolumeDisplacement, want.soundVolumeDisplacement);
-        EXPECT_EQ(s.soundHueAnchorShift, 0.3);
-        EXPECT_DOUBLE_EQ(s.soundGlowIntensity, want.soundGlowIntensity);
-        EXPECT_DOUBLE_EQ(s.soundReliefDramaBoost, want.soundReliefDramaBoost);
+        t.response = c.response;
+        t.sensitivity = c.sensitivity;
+        const SoundState s = soundTick(c.from, c.sound, t, c.seconds);
+        EXPECT_DOUBLE_EQ(s.soundVolumeDisplacement, c.want.soundVolumeDisplacement);
+        EXPECT_NEAR(s.soundHueAnchorShift, c.want.soundHueAnchorShift, 1e-15);
+        EXPECT_DOUBLE_EQ(s.soundGlowIntensity, c.want.soundGlowIntensity);
+        EXPECT_DOUBLE_EQ(s.soundReliefDramaBoost, c.want.soundReliefDramaBoost);
     }
 }
 
@@ -40,41 +60,6 @@ TEST(SoundTick, LongSilenceSettlesAtNeutralButKeepsThePitchTerm) {
     EXPECT_NEAR(s.soundGlowIntensity, 1.0, 1e-15);
     EXPECT_NEAR(s.soundReliefDramaBoost, 0.0, 1e-15);
     EXPECT_EQ(s.soundHueAnchorShift, 0.3);
-}
-
-TEST(SoundTick, LoudnessRisesAtTheAttackRate) {
-    const SoundState s = soundTick(SoundState{}, kLoud, SoundTuning{}, kTick);
-    EXPECT_DOUBLE_EQ(s.soundVolumeDisplacement, 0.12 * 7 / 30);
-    EXPECT_DOUBLE_EQ(s.soundHueAnchorShift, 4.0 / 30);  // the top of the vocal range, hue 1
-    EXPECT_DOUBLE_EQ(s.soundGlowIntensity, 1 + 2.5 * 6 / 30);
-    EXPECT_DOUBLE_EQ(s.soundReliefDramaBoost, 0.6 * 8 / 30);
-}
-
-// A quarter-second step (the longest a tick gives) brings every term exactly to its target
-// and no further, whatever the response.
-TEST(SoundTick, LongestStepReachesTargetsWithoutOvershoot) {
-    for (double response : {1.0, 3.0}) {
-        SoundTuning t;
-        t.response = response;
-        t.sensitivity = 2.0;  // half loudness, treble and bass clip to full
-        const SoundMetrics m{0.5, 282.842712474619, 0.5, 0.5};
-        const SoundState s = soundTick(SoundState{}, m, t, 0.25);
-        EXPECT_EQ(s.soundVolumeDisplacement, 0.12);
-        EXPECT_NEAR(s.soundHueAnchorShift, 0.5, 1e-15);  // sqrt(80 × 1000): the middle
-        EXPECT_EQ(s.soundGlowIntensity, 3.5);
-        EXPECT_EQ(s.soundReliefDramaBoost, 0.6);
-    }
-}
-
-TEST(SoundTick, GlowFollowsTrebleThroughItsCurve) {
-    const SoundState s = soundTick(SoundState{}, SoundMetrics{0, std::nullopt, 0.5, 0}, SoundTuning{}, 0.25);
-    EXPECT_DOUBLE_EQ(s.soundGlowIntensity, 1 + 2.5 * std::pow(0.5, 1.6));
-}
-
-// A pitch at or below 80 Hz is present and pulls the pitch term towards 0.
-TEST(SoundTick, LowPitchPullsThePitchTermDown) {
-    const SoundState s = soundTick(kExcited, SoundMetrics{0, 70.3125, 0, 0}, SoundTuning{}, kTick);
-    EXPECT_DOUBLE_EQ(s.soundHueAnchorShift, 0.3 * (1 - 4.0 / 30));
 }
 
 TEST(SoundTick, NonFiniteTuningLeavesTheTermsAlone) {

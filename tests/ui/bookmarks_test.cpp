@@ -1,5 +1,6 @@
 // Bookmarks in the window: saving, duplicating, renaming and deleting through the alerts,
 // applying a bookmark, the browser, and share links copied, pasted and received.
+#include <QApplication>
 #include <QClipboard>
 #include <QDir>
 #include <QFile>
@@ -16,47 +17,20 @@
 #include "ui/bookmarks_browser.h"
 #include "ui/browser_panel.h"
 #include "ui/julia_view.h"
-#include "fake_microphone.h"
 #include "ui_test_support.h"
 
 namespace gs::test {
 namespace {
 
-QStringList names(const QList<Bookmark>& bookmarks) {
-    QStringList out;
-    for (const Bookmark& b : bookmarks) out << b.name;
-    return out;
-}
-
 // A bookmark of its own look: exactly packable colours, edges and relief on, a light, no sound.
 Bookmark place(const QString& name, double xmin = -0.8, std::optional<ShadingTuning> tuning = {}) {
-    Bookmark b;
-    b.name = name;
-    b.xmin = xmin;
-    b.xmax = xmin + 0.08;
-    b.ymin = 0.1;
-    b.ymax = 0.16;
-    for (int i = 0; i < 256; ++i) b.paletteColors.colors.push_back({i / 255.0, (255 - i) / 255.0, 0.2});
-    b.demEnabled = b.reliefEnabled = true;
-    b.reliefLightRawX = 0.3;
-    b.reliefLightRawY = -0.1;
-    b.tuning = tuning;
-    return b;
+    ColorTable colors;
+    for (int i = 0; i < 256; ++i) colors.push_back({i / 255.0, (255 - i) / 255.0, 0.2});
+    return {name, xmin, xmin + 0.08, 0.1, 0.16, {colors}, true, true, 0.3, -0.1, false, false, false, tuning};
 }
 
-// The explorer with every bookmark dialog answered by the test, and no bookmarks of the user's.
-struct Bookmarks : ::testing::Test, AnsweredDialogs {
-    std::unique_ptr<Explorer> e;
-    FakeMicrophone* microphone = new FakeMicrophone;  // owned by the window
-
-    Bookmarks() {
-        QFile::remove(BookmarkLibrary::shared().fileURL());
-        e = std::make_unique<Explorer>(std::unique_ptr<AudioInput>(microphone));
-        install(e->c());
-        e->c().refreshBookmarkCaches();
-    }
-    MacViewController& c() { return e->c(); }
-    QStringList mine() { return names(c().userBookmarksCache()); }
+struct Bookmarks : Collections {
+    QStringList mine() { return bookmarkNames(); }
     void save(const QString& name) {
         typed = name;
         c().saveCurrentLocation();
@@ -67,20 +41,28 @@ struct Bookmarks : ::testing::Test, AnsweredDialogs {
     }
 };
 
-TEST_F(Bookmarks, SavingNumbersTakenNamesAndIgnoresBlankOnes) {
+// A taken name is numbered, a blank one saves nothing, and a failed write says so and keeps the
+// current name.
+TEST_F(Bookmarks, SavingNumbersTakenNamesIgnoresBlankOnesAndReportsFailures) {
     save(QStringLiteral("  Spiral\t"));
     ASSERT_EQ(prompts.size(), 1u);
-    const NamePrompt& p = prompts[0];
-    EXPECT_EQ(QStringList({p.title, p.placeholder, p.text, p.acceptButton}),
-              QStringList({"Save Current Location", "Name", "", "Save"}));
+    EXPECT_EQ(joined(prompts[0]), "Save Current Location|Name||Save");
     save(QStringLiteral("Spiral"));
     save(QStringLiteral("Spiral"));
     save(QStringLiteral(" \t "));
     EXPECT_EQ(mine(), (QStringList{"Spiral", "Spiral (1)", "Spiral (2)"}));
-    EXPECT_EQ(c().currentBookmarkName(), QStringLiteral("Spiral (2)"));
     EXPECT_EQ(c().bookmarkStatusText(), QStringLiteral("Spiral (2)\n1.0×"));
     EXPECT_EQ(c().fullScreenStatusLine(), QStringLiteral("CURRENTLY VIEWING: Spiral (2)  (1.0×)"));
     EXPECT_TRUE(alerts.empty());
+
+    const QString file = BookmarkLibrary::shared().fileURL();
+    QFile::remove(file);
+    ASSERT_TRUE(QDir().mkpath(file));  // a folder where the file should be: no write succeeds
+    save(QStringLiteral("Second"));
+    QDir(file).removeRecursively();
+    EXPECT_EQ(alerts, (std::vector<AlertText>{{"Couldn't Save", "There was a problem saving this bookmark to disk. "
+                                                                "Check available storage and try again."}}));
+    EXPECT_EQ(c().currentBookmarkName(), QStringLiteral("Spiral (2)"));
 }
 
 // What is kept is what is on screen: the table baked with the palette's repeat and shift, the
@@ -105,18 +87,6 @@ TEST_F(Bookmarks, TheSavedRecordHoldsTheViewAsShown) {
     EXPECT_FALSE(c().userBookmarksCache()[1].tuning.has_value());
 }
 
-TEST_F(Bookmarks, AFailedWriteSaysSoAndKeepsTheName) {
-    save(QStringLiteral("First"));
-    const QString file = BookmarkLibrary::shared().fileURL();
-    QFile::remove(file);
-    ASSERT_TRUE(QDir().mkpath(file));  // a folder where the file should be: no write succeeds
-    save(QStringLiteral("Second"));
-    QDir(file).removeRecursively();
-    EXPECT_EQ(alerts, (std::vector<AlertText>{{"Couldn't Save", "There was a problem saving this bookmark to disk. "
-                                                                "Check available storage and try again."}}));
-    EXPECT_EQ(c().currentBookmarkName(), QStringLiteral("First"));
-}
-
 TEST_F(Bookmarks, DuplicateRenameAndDeleteRefuseClashesAndFollowTheCurrentName) {
     store({place(QStringLiteral("Spot")), place(QStringLiteral("Spiral"))});
     const Bookmark spiral = c().userBookmarksCache()[0];
@@ -126,10 +96,8 @@ TEST_F(Bookmarks, DuplicateRenameAndDeleteRefuseClashesAndFollowTheCurrentName) 
     c().duplicateBookmark(spiral);
     c().renameBookmark(spiral);
     ASSERT_EQ(prompts.size(), 2u);
-    EXPECT_EQ(prompts[0].title + u'|' + prompts[0].text + u'|' + prompts[0].acceptButton,
-              QStringLiteral("Duplicate Bookmark|Spiral copy|Duplicate"));
-    EXPECT_EQ(prompts[1].title + u'|' + prompts[1].text + u'|' + prompts[1].acceptButton,
-              QStringLiteral("Rename Bookmark|Spiral|Rename"));
+    EXPECT_EQ(joined(prompts[0]), "Duplicate Bookmark|Name|Spiral copy|Duplicate");
+    EXPECT_EQ(joined(prompts[1]), "Rename Bookmark|Name|Spiral|Rename");
     EXPECT_EQ(alerts, (std::vector<AlertText>{{"Couldn't Duplicate", "A bookmark named “Spot” already exists."},
                                               {"Couldn't Rename", "A bookmark named “Spot” already exists."}}));
     EXPECT_EQ(mine(), (QStringList{"Spiral", "Spot"}));
@@ -143,17 +111,14 @@ TEST_F(Bookmarks, DuplicateRenameAndDeleteRefuseClashesAndFollowTheCurrentName) 
 
     c().deleteBookmark(c().userBookmarksCache()[0]);
     ASSERT_EQ(questions.size(), 1u);
-    const QuestionText& q = questions[0];
-    EXPECT_EQ(q.text.title + u'|' + q.text.message + u'|' + q.acceptButton,
-              QStringLiteral("Delete “Coil”?|This can't be undone.|Delete"));
-    EXPECT_TRUE(q.destructive);
+    EXPECT_EQ(joined(questions[0]), "Delete “Coil”?|This can't be undone.|Delete|destructive");
     EXPECT_EQ(mine(), (QStringList{"Spiral copy", "Spot"}));
     EXPECT_EQ(c().currentBookmarkName(), std::nullopt);
     EXPECT_EQ(c().bookmarkStatusText().section(u'\n', 0, 0), QStringLiteral("Unsaved Location"));
 }
 
 // Everything the record holds, in one render, as a new view; AUTO and ANIMATE end; the tuning
-// is written to the preferences at once.
+// is written to the preferences at once; sound follows the record.
 TEST_F(Bookmarks, ApplyingShowsEverythingTheRecordHolds) {
     ShadingTuning tuned;
     tuned.curve = 1.7;
@@ -187,11 +152,9 @@ TEST_F(Bookmarks, ApplyingShowsEverythingTheRecordHolds) {
     c().zoomBackAction();
     EXPECT_EQ(c().viewport(), before);
     EXPECT_EQ(c().currentBookmarkName(), std::nullopt);
-}
 
-// Sound goes through its own switch: on, it lights glow and relief; off, it must not put back
-// the glow and relief of before over the bookmark's own.
-TEST_F(Bookmarks, SoundFollowsTheBookmarkWithoutUndoingItsShadings) {
+    // Sound goes through its own switch: on, it lights glow and relief; off, it must not put
+    // back the glow and relief of before over the bookmark's own.
     Bookmark loud = place(QStringLiteral("Loud"));
     loud.soundEnabled = true;
     loud.reliefEnabled = false;
@@ -214,44 +177,69 @@ TEST_F(Bookmarks, TheBuiltInsAreAtLeastTwelveThatCanAllBeShown) {
     }
 }
 
-// "Mine" only with bookmarks of the user's; their menu adds Rename and Delete; Escape closes
-// the explanations, then the browser.
-TEST_F(Bookmarks, TheBrowserListsSectionsOffersMenusAndClosesWithEscape) {
-    BookmarksBrowser* browser = c().bookmarksBrowser();
-    c().showBookmarksBrowser();
-    ASSERT_EQ(browser->sections().size(), 1);
-    EXPECT_EQ(browser->sections()[0].title, QStringLiteral("Built-in"));
-    auto noteShown = [&] {
-        for (const QLabel* label : browser->panel()->findChildren<QLabel*>())
-            if (label->isVisible() && label->text() == QStringLiteral("No saved bookmarks yet — Save Current Location "
-                                                                      "captures whatever's on screen now."))
-                return true;
-        return false;
+// Both browsers: "Mine" comes with the first of the user's own and the empty note goes; the
+// user's own offer Rename and Delete too; Return applies the current entry and keeps the browser
+// open; Escape closes the explanations, then the browser; Ctrl+B and Ctrl+P open and close them.
+TEST_F(Collections, TheBrowsersListMineOfferMenusApplyAndClose) {
+    const struct {
+        Qt::Key key;
+        BrowserPanel* panel;
+        QString note;
+        std::function<void()> saveMine;
+        std::function<std::optional<QString>()> current;
+        QStringList escapes;
+    } browsers[] = {
+        {Qt::Key_B, c().bookmarksBrowser()->panel(),
+         "No saved bookmarks yet — Save Current Location captures whatever's on screen now.",
+         [&] { c().saveCurrentLocation(); }, [&] { return c().currentBookmarkName(); },
+         {"Close Bookmarks Explanations", "Close Bookmarks"}},
+        {Qt::Key_P, c().paletteBrowser(), "No saved palettes yet — Save Current… stores whatever's on screen now.",
+         [&] { c().saveCurrentPalette(); }, [&] { return c().currentPaletteName(); },
+         {"Close Palette Explanations", "Close Palette Browser"}},
     };
-    EXPECT_TRUE(noteShown());
-    save(QStringLiteral("Mine 1"));
-    ASSERT_EQ(browser->sections().size(), 2);
-    EXPECT_EQ(browser->sections()[0].title, QStringLiteral("Mine"));
-    EXPECT_FALSE(noteShown());
+    typed = QStringLiteral("Mine 1");
+    for (const auto& b : browsers) {
+        SCOPED_TRACE(b.escapes.last().toStdString());
+        const auto rows = [&] {
+            QStringList texts;
+            for (int i = 0; i < b.panel->list()->count(); ++i) texts << b.panel->list()->item(i)->text();
+            return texts;
+        };
+        const auto menu = [&](int section) {
+            b.panel->onContextMenu(section, 0, QPoint(10, 10));
+            auto* shown = qobject_cast<QMenu*>(QApplication::activePopupWidget());
+            const QStringList texts = shown ? actionTexts(*shown) : QStringList();
+            if (shown) shown->close();
+            return texts;
+        };
+        QTest::keyClick(&c(), b.key, Qt::ControlModifier);
+        ASSERT_TRUE(b.panel->isOpen());
+        const auto* note = b.panel->findChild<QLabel*>(QStringLiteral("note"));
+        EXPECT_EQ(rows().value(0), "Built-in");
+        EXPECT_TRUE(note->isVisible());
+        EXPECT_EQ(note->text(), b.note);
+        b.saveMine();
+        EXPECT_EQ(rows().mid(0, 3), (QStringList{"Mine", "Mine 1", "Built-in"}));
+        EXPECT_FALSE(note->isVisible());
+        EXPECT_EQ(menu(0), (QStringList{"Share…", "Duplicate…", "Rename…", "Delete"}));
+        EXPECT_EQ(menu(1), (QStringList{"Share…", "Duplicate…"}));
 
-    auto texts = [&](int section) {
-        return actionTexts(*std::unique_ptr<QMenu>(browser->contextMenu(section, 0, nullptr)));
-    };
-    EXPECT_EQ(texts(0), (QStringList{"Share…", "Duplicate…", "Rename…", "Delete"}));
-    EXPECT_EQ(texts(1), (QStringList{"Share…", "Duplicate…"}));
-
-    QListWidget* list = browser->panel()->list();
-    QTest::mouseClick(list->viewport(), Qt::LeftButton, {}, list->visualItemRect(list->item(3)).center());
-    EXPECT_EQ(c().currentBookmarkName(), browser->sections()[1].bookmarks[0].name);
-
-    browser->panel()->showExplanations();
-    EXPECT_EQ(c().offeredEscapeCommands().mid(0, 2), (QStringList{"Close Bookmarks Explanations", "Close Bookmarks"}));
-    EXPECT_TRUE(c().handleEscape());
-    EXPECT_TRUE(browser->isOpen());
-    EXPECT_FALSE(browser->explanationsOpen());
-    EXPECT_TRUE(c().handleEscape());
-    EXPECT_FALSE(browser->isOpen());
-    EXPECT_TRUE(c().offeredEscapeCommands().isEmpty());
+        b.panel->setCurrentEntry(1, 0);
+        QTest::keyClick(b.panel->list(), Qt::Key_Return);
+        EXPECT_EQ(b.current(), rows().value(3));
+        b.panel->showExplanations();
+        EXPECT_EQ(c().offeredEscapeCommands().mid(0, 2), b.escapes);
+        EXPECT_TRUE(c().handleEscape());
+        EXPECT_TRUE(b.panel->isOpen());
+        EXPECT_FALSE(b.panel->explanationsOpen());
+        EXPECT_TRUE(c().handleEscape());
+        EXPECT_FALSE(b.panel->isOpen());
+        EXPECT_TRUE(c().offeredEscapeCommands().isEmpty());
+        QTest::keyClick(&c(), b.key, Qt::ControlModifier);
+        EXPECT_TRUE(b.panel->isOpen());
+        QTest::keyClick(&c(), b.key, Qt::ControlModifier);
+        EXPECT_FALSE(b.panel->isOpen());
+    }
 }
 
 // The browser's pictures are the engine's own, made off the GUI thread for every entry while
@@ -283,7 +271,7 @@ TEST_F(Bookmarks, ThumbnailsAreRenderedWhileTheBrowserIsOpenAndDroppedWhenStale)
 
 // A received link is shown at once, then offered under a free name; Cancel keeps the view and
 // stores nothing. What does not read changes nothing and says nothing.
-TEST_F(Bookmarks, AReceivedLinkIsShownThenOfferedForKeeping) {
+TEST_F(Bookmarks, AReceivedLinkIsShownThenOfferedForKeepingAndCopiedLinksReadBack) {
     store({place(QStringLiteral("Bookmark"))});
     Bookmark sent = place(QStringLiteral("  "), -1.2);
     const QString link = *makeLink(sent);
@@ -298,8 +286,7 @@ TEST_F(Bookmarks, AReceivedLinkIsShownThenOfferedForKeeping) {
     c().receiveIncomingURL(link);
     EXPECT_EQ(c().viewport().xmin, -1.2);
     ASSERT_EQ(questions.size(), 1u);
-    EXPECT_EQ(questions[0].text.title + u'|' + questions[0].text.message + u'|' + questions[0].acceptButton,
-              QStringLiteral("Add Bookmark?|Save “Bookmark (1)” to My Bookmarks.|Add"));
+    EXPECT_EQ(joined(questions[0]), "Add Bookmark?|Save “Bookmark (1)” to My Bookmarks.|Add");
     EXPECT_EQ(mine(), QStringList{"Bookmark"});
 
     accept = true;
@@ -310,9 +297,8 @@ TEST_F(Bookmarks, AReceivedLinkIsShownThenOfferedForKeeping) {
     QGuiApplication::clipboard()->setText(QStringLiteral("just words"));
     c().openLinkFromClipboard();
     EXPECT_EQ(questions.size(), 2u);
-}
 
-TEST_F(Bookmarks, LinksCopiedFromTheWindowReadBackAsWhatWasShown) {
+    // Links copied from the window read back as what was shown.
     const Bookmark shared = place(QStringLiteral("Seahorse"));
     c().shareBookmark(shared);
     EXPECT_EQ(QGuiApplication::clipboard()->text(), *makeLink(shared));

@@ -28,7 +28,7 @@ done
 xdotool mousemove $((px + pw / 2)) $((py + ph / 2)) click 1
 sleep 0.3
 xdotool key ctrl+s
-for _ in $(seq 50); do xdotool search --name '^Save Image$' >/dev/null 2>&1 && break; sleep 0.1; done
+for _ in $(seq 200); do xdotool search --name '^Save Image$' >/dev/null 2>&1 && break; sleep 0.1; done
 xdotool search --name '^Save Image$' >/dev/null 2>&1 || fail "Ctrl+S opened no save dialog"
 sleep 0.3
 xdotool key Return

@@ -48,7 +48,7 @@ struct Fault {
     friend void PrintTo(const Fault& f, std::ostream* os) { *os << f.name; }
 };
 
-class SavingUnderFaults : public ::testing::TestWithParam<Fault> {
+class SavingUnderFaults : public ::testing::TestWithParam<Fault>, public AnsweredDialogs {
 protected:
     void SetUp() override {
         previousTemp = qgetenv("TMPDIR");
@@ -58,8 +58,7 @@ protected:
         QFile::remove(BookmarkLibrary::shared().fileURL());
         e = std::make_unique<Explorer>();
         MacViewController& w = e->c();
-        w.presentTextPrompt = [this](const NamePrompt&, std::function<void(const QString&)> onAccept) { onAccept(typed); };
-        w.presentTitledAlert = [this](const AlertText& a) { alerts << a.title + u'|' + a.message; };
+        install(w);
         w.exportTime = [] { return QDateTime::fromSecsSinceEpoch(1'700'000'000, Qt::UTC); };
         w.presentSaveDialog = [this](const MacViewController::SaveOffer&, std::function<void(const QString&)> chosen) {
             ++offers;
@@ -121,8 +120,6 @@ protected:
 
     std::unique_ptr<Explorer> e;
     QByteArray previousTemp;
-    QString typed;
-    QStringList alerts;
     int offers = 0;
     std::function<void(const QString&)> choose;
     rlimit savedLimit{};
@@ -133,7 +130,7 @@ TEST_P(SavingUnderFaults, SayWhatFailedAndKeepTheOldFiles) {
     saveEverything(QStringLiteral("Before"));
     ASSERT_EQ(offers, 1);
     choose(chosenFile());
-    ASSERT_EQ(alerts, QStringList());
+    ASSERT_TRUE(alerts.empty());
     QList<QByteArray> before;
     for (const QString& file : files()) {
         before << bytesOf(file);
@@ -149,12 +146,12 @@ TEST_P(SavingUnderFaults, SayWhatFailedAndKeepTheOldFiles) {
     lift();
 
     for (int i = 0; i < files().size(); ++i) EXPECT_EQ(during[i], before[i]) << files()[i].toStdString();
-    ASSERT_EQ(alerts.size(), 3) << alerts.join(u'\n').toStdString();
-    EXPECT_EQ(alerts[0], QStringLiteral("Couldn't Save|There was a problem saving this bookmark to disk. "
-                                        "Check available storage and try again."));
-    EXPECT_EQ(alerts[1], QStringLiteral("Couldn't Save|There was a problem saving this palette to disk. "
-                                        "Check available storage and try again."));
-    EXPECT_TRUE(alerts[2].startsWith(QStringLiteral("Couldn't Save|“Chosen.png” couldn't be written: "))) << alerts[2].toStdString();
+    ASSERT_EQ(alerts.size(), 3u) << ::testing::PrintToString(alerts);
+    const QString checkStorage = QStringLiteral(" to disk. Check available storage and try again.");
+    EXPECT_EQ(alerts[0], (AlertText{"Couldn't Save", "There was a problem saving this bookmark" + checkStorage}));
+    EXPECT_EQ(alerts[1], (AlertText{"Couldn't Save", "There was a problem saving this palette" + checkStorage}));
+    EXPECT_EQ(alerts[2].title, "Couldn't Save");
+    EXPECT_TRUE(alerts[2].message.startsWith("“Chosen.png” couldn't be written: ")) << alerts[2].message.toStdString();
     EXPECT_EQ(offers, 1);  // the failed export offers nothing
     QStringList names;
     for (const Bookmark& b : BookmarkLibrary::shared().loadUserBookmarks()) names << b.name;

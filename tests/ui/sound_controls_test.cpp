@@ -1,5 +1,6 @@
-// Sound mode's controls: the Sound toggle and its full-screen copy, the level meter beside it,
-// the input menu, and the tooltip that says why listening failed or stopped.
+// Sound mode through the window: its switch and what it turns on and off, its tick, the Sound
+// toggle and its full-screen copy, the level meter beside it, the input menu, and the tooltip
+// that says why listening failed or stopped.
 #include <QToolButton>
 
 #include "fake_microphone.h"
@@ -12,10 +13,6 @@
 
 namespace gs::test {
 namespace {
-
-struct ClearedPreferences {
-    ClearedPreferences() { clearPreferences(); }
-};
 
 struct SoundControls : ::testing::Test {
     ClearedPreferences cleared;
@@ -51,25 +48,66 @@ struct SoundControls : ::testing::Test {
     }
 };
 
-TEST_F(SoundControls, BothTogglesShowListeningAndTheMeterAppearsInItsOwnPlace) {
+// On, sound mode lights glow and relief (a random palette under relief turns smooth), checks both
+// toggles and shows the meter in its own place; its tick moves the sound's terms instead of the
+// palette, in the Julia picture too. Off puts glow and relief back as they were.
+TEST_F(SoundControls, OnListensLightsTheShadingsAndMovesTheColoursOffRestoresThem) {
+    e.c().toggleGlow();  // glow on, relief off
+    e.c().useRandomColors();
     const QRect rowAt = row->geometry(), toggleAt = toggle->geometry();
     toggle->click();
     ASSERT_TRUE(e.c().soundEnabled());
+    EXPECT_TRUE(e.c().glowEnabled() && e.c().reliefEnabled() && e.c().animationTimerRunning());
+    EXPECT_EQ(e.c().paletteMode(), PaletteMode::smooth);
     QCoreApplication::processEvents();
     EXPECT_TRUE(toggle->isChecked() && copy->isChecked());
     EXPECT_TRUE(meter->isVisible());
     EXPECT_EQ(row->geometry(), rowAt);
     EXPECT_EQ(toggle->geometry(), toggleAt);
     EXPECT_TRUE(row->rect().contains(meter->geometry()));
+
+    // The Julia picture is computed and recoloured on its own worker, which settle() does not
+    // wait for.
+    JuliaView* julia = e.c().juliaView();
+    ASSERT_TRUE(e.settle() && waitFor([&] { return !julia->isComputing(); }));
+    const QImage juliaBefore = julia->makeImage().copy();  // the view paints over its own
     playTone();
     EXPECT_GT(meter->level(), 0.5);
+    EXPECT_EQ(e.c().cycleOffset(), 0.0);
+    EXPECT_GT(e.c().soundState().soundVolumeDisplacement, 0.0);
+    EXPECT_NE(e.c().soundState().soundHueAnchorShift, 0.0);  // the tone has a pitch
+    EXPECT_TRUE(waitFor([&] { return julia->makeImage() != juliaBefore; }));
+    ASSERT_TRUE(e.settle());
 
     copy->click();
-    EXPECT_FALSE(e.c().soundEnabled());
+    EXPECT_FALSE(e.c().soundEnabled() || e.c().reliefEnabled() || e.c().animationTimerRunning());
+    EXPECT_TRUE(e.c().glowEnabled());
     EXPECT_FALSE(toggle->isChecked() || copy->isChecked());
     EXPECT_FALSE(meter->isVisible());
     EXPECT_EQ(meter->level(), 0.0);
     ASSERT_TRUE(e.settle());
+}
+
+TEST_F(SoundControls, ARandomPaletteUnderReliefAlreadyOnStaysRandom) {
+    e.c().toggle3DRelief();
+    e.c().useRandomColors();
+    const auto table = e.c().colorTable();
+    e.c().switchSoundMode(true);
+    EXPECT_EQ(e.c().paletteMode(), PaletteMode::random);
+    EXPECT_EQ(e.c().colorTable(), table);
+}
+
+// Animate and Reset All end sound mode; a lost input does too (below).
+TEST_F(SoundControls, AnimateAndResetAllSwitchItOff) {
+    for (const auto& end : std::vector<std::function<void()>>{[&] { e.c().toggleAnimateColors(); },
+                                                              [&] { e.c().resetAll(); }}) {
+        if (e.c().animateColorsEnabled()) e.c().toggleAnimateColors();
+        e.c().switchSoundMode(true);
+        ASSERT_TRUE(e.c().soundEnabled());
+        end();
+        EXPECT_FALSE(e.c().soundEnabled());
+    }
+    EXPECT_FALSE(e.c().animationTimerRunning());
 }
 
 // A failed start changes nothing and says why until the next start succeeds; a lost input says
@@ -123,19 +161,6 @@ TEST(SoundInput, TheRememberedInputIsGivenToTheCaptureAtStartAndOnChange) {
     EXPECT_EQ(e.c().soundCapture()->inputDeviceId(), "mic.usb");
     e.c().chooseSoundInput("");
     EXPECT_EQ(e.c().soundCapture()->inputDeviceId(), "");
-}
-
-// The Julia companion's colours take the same shift from the sound as the main picture.
-TEST_F(SoundControls, TheJuliaPictureMovesWithTheSound) {
-    // The Julia picture is computed and recoloured on its own worker, which settle() does not
-    // wait for.
-    JuliaView* julia = e.c().juliaView();
-    e.c().switchSoundMode(true);
-    ASSERT_TRUE(e.settle() && waitFor([&] { return !julia->isComputing(); }));
-    const QImage before = julia->makeImage().copy();  // the view paints over its own
-    playTone();
-    EXPECT_TRUE(waitFor([&] { return julia->makeImage() != before; }));
-    ASSERT_TRUE(e.settle());
 }
 
 }  // namespace

@@ -21,12 +21,14 @@ namespace {
 
 using Slider = BracketSliderControl;
 
+// The explorer from the default preferences, in advanced mode.
 struct Advanced : ::testing::Test {
-    Advanced() { clearPreferences(); }
+    ClearedPreferences cleared;
     Explorer e;
     TuningPanelView& panel() { return *e.c().tuningPanel(); }
-    void enter() {
-        if (!e.c().isAdvancedMode()) e.c().handleModeTagTap();
+    void SetUp() override {
+        e.c().handleModeTagTap();
+        ASSERT_TRUE(e.c().isAdvancedMode());
         ASSERT_TRUE(e.settle());
     }
     // The slider titled `title`, after selecting its tab.
@@ -52,7 +54,6 @@ void release(QWidget* w, double x) { mouse(w, QEvent::MouseButtonRelease, {x, w-
 // A press on the track, within 10 points of its ends, takes the value there; a press further
 // left asks for help and changes nothing; a drag follows the pointer absolutely.
 TEST_F(Advanced, PressesAndDragsMapTheTrackAbsolutely) {
-    enter();
     Slider* frequency = slider("FREQUENCY");
     ASSERT_TRUE(frequency);
     press(frequency, trackX(frequency, 0.5));
@@ -68,21 +69,12 @@ TEST_F(Advanced, PressesAndDragsMapTheTrackAbsolutely) {
     EXPECT_EQ(e.c().frequency(), 0.1);
     ASSERT_TRUE(panel().helpCard());
     EXPECT_EQ(panel().helpCard()->title(), QStringLiteral("FREQUENCY"));
-}
-
-// The window may go away while a help card is open: hiding the panel then must not call back
-// into the half-destroyed window (caught by the sanitizer build).
-TEST_F(Advanced, TheWindowGoesAwayWithAHelpCardOpen) {
-    enter();
-    Slider* frequency = slider("FREQUENCY");
-    ASSERT_TRUE(frequency);
-    press(frequency, Slider::kTrackStart - 11);
-    ASSERT_TRUE(panel().helpCard());
+    // The window goes away with the card open: hiding the panel then must not call back into the
+    // half-destroyed window (caught by the sanitizer build).
     e.window.reset();
 }
 
 TEST_F(Advanced, KeyboardAndAccessibilityStepATwentiethGeometricallyOnLogSliders) {
-    enter();
     Slider* frequency = slider("FREQUENCY");
     ASSERT_TRUE(frequency);
     QTest::keyClick(frequency, Qt::Key_Right);
@@ -99,7 +91,6 @@ TEST_F(Advanced, KeyboardAndAccessibilityStepATwentiethGeometricallyOnLogSliders
 // The values of a tab whose effect is off still change, are applied to both views and saved,
 // and once back in standard mode the amber dot says so.
 TEST_F(Advanced, ASliderOfATabWhoseEffectIsOffChangesSavesAndLightsTheDot) {
-    enter();
     ASSERT_FALSE(e.c().glowEnabled());
     Slider* strength = slider("STRENGTH");
     EXPECT_FALSE(panel().tabButton(panel().selectedIndex())->toolTip().isEmpty());  // says glow is off
@@ -118,7 +109,6 @@ TEST_F(Advanced, ASliderOfATabWhoseEffectIsOffChangesSavesAndLightsTheDot) {
 
 // Reset acts on the selected tab's enabled sliders: SPEED keeps its value while Animate is off.
 TEST_F(Advanced, ResetLeavesOtherTabsAndADisabledSpeed) {
-    enter();
     e.c().toggleAnimateColors();
     QTest::keyClick(slider("SPEED"), Qt::Key_End);
     e.c().toggleAnimateColors();
@@ -140,7 +130,6 @@ TEST_F(Advanced, ResetLeavesOtherTabsAndADisabledSpeed) {
 // The card explains the slider whose name was pressed; Escape closes it first, and so does
 // every gesture that begins on the picture.
 TEST_F(Advanced, HelpCardClosesWithEscapeAndThePictureGestures) {
-    enter();
     MandelbrotView& v = e.view();
     const std::vector<std::pair<const char*, std::function<void()>>> closers = {
         {"Escape", [&] { EXPECT_TRUE(e.c().handleEscape()); }},
@@ -167,7 +156,6 @@ TEST_F(Advanced, HelpCardClosesWithEscapeAndThePictureGestures) {
 // Double click: the first press's jump is undone and the dialog asks for an exact value; text
 // that is not a number keeps it open, a number outside the range is clamped.
 TEST_F(Advanced, NumericEntryClampsAndRefusesText) {
-    enter();
     Slider* calm = slider("EDGE CALM");
     const double before = e.c().tuning().reliefEdgeCalm;
     press(calm, trackX(calm, 0.9));
@@ -190,7 +178,6 @@ TEST_F(Advanced, NumericEntryClampsAndRefusesText) {
 
 // Every slider event of a drag arriving in one pass of the event loop makes one recolour.
 TEST_F(Advanced, ABurstOfDragStepsIsOneRecolour) {
-    enter();
     e.c().toggleDistanceEstimation();
     e.c().toggleGlow();
     e.c().toggleOrbitTraps();
@@ -206,6 +193,36 @@ TEST_F(Advanced, ABurstOfDragStepsIsOneRecolour) {
     ASSERT_TRUE(e.settle());
     EXPECT_EQ(recolours, 1);
     EXPECT_EQ(e.view().tuning.curve, 2.5);
+}
+
+// Stored preferences apply before the first picture, a stored tuning that would make the
+// colouring produce no number falls back whole, and Reset All writes the defaults, but not the
+// mode.
+TEST(Preferences, LoadBeforeTheFirstPictureAndResetAllWritesTheDefaults) {
+    ShadingTuning good, bad;
+    good.curve = 1.5;
+    bad.trapSharpness = -1;
+    SoundTuning sound;
+    sound.spin = 0.3;
+    for (const ShadingTuning& stored : {good, bad}) {
+        clearPreferences();
+        PreferencesStore().save({true, 0.5, stored, sound});
+        Explorer e;
+        const ShadingTuning shown = stored == bad ? ShadingTuning{} : stored;
+        EXPECT_TRUE(e.c().isAdvancedMode());
+        EXPECT_EQ(e.c().animationSpeed(), 0.5);
+        EXPECT_EQ(e.c().tuning(), shown);
+        EXPECT_EQ(e.view().tuning, shown);
+        EXPECT_EQ(e.c().juliaView()->tuning, shown);
+        EXPECT_EQ(e.c().settings().soundTuning, sound);
+        e.c().resetAll();
+        const LoadedPreferences after = PreferencesStore().load();
+        EXPECT_TRUE(after.advancedMode);
+        EXPECT_EQ(after.animationSpeed, 0.12);
+        EXPECT_EQ(after.shadingTuning, ShadingTuning{});
+        EXPECT_EQ(after.soundTuning, SoundTuning{});
+    }
+    clearPreferences();
 }
 
 TEST_F(Advanced, AccessorsHoldTheControllerWeakly) {

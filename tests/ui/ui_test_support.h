@@ -4,6 +4,8 @@
 #include <gtest/gtest.h>
 
 #include <QCoreApplication>
+#include <QDir>
+#include <QFile>
 #include <QMenu>
 #include <QMouseEvent>
 #include <QNativeGestureEvent>
@@ -18,6 +20,9 @@
 #include <ostream>
 #include <vector>
 
+#include "fake_microphone.h"
+#include "library/bookmark_library.h"
+#include "library/palette_library.h"
 #include "ui/alerts.h"
 #include "ui/mac_view_controller.h"
 #include "ui/mandelbrot_view.h"
@@ -91,12 +96,25 @@ inline void clearPreferences() {
     QSettings(QSettings::NativeFormat, QSettings::UserScope, "glimmerscape", "glimmerscape").clear();
 }
 
+// As a fixture's first member: the window that follows starts from the default preferences.
+struct ClearedPreferences {
+    ClearedPreferences() { clearPreferences(); }
+};
+
 // A menu's entries, separators left out.
 inline QStringList actionTexts(const QMenu& menu) {
     QStringList texts;
     for (const QAction* a : menu.actions())
         if (!a->isSeparator()) texts << a->text();
     return texts;
+}
+
+// A dialog's texts in one line, "title|…|button"; a destructive question ends in "|destructive".
+inline QString joined(const NamePrompt& p) {
+    return QStringList{p.title, p.placeholder, p.text, p.acceptButton}.join(u'|');
+}
+inline QString joined(const QuestionText& q) {
+    return QStringList{q.text.title, q.text.message, q.acceptButton}.join(u'|') + (q.destructive ? "|destructive" : "");
 }
 
 // The window's dialogs recorded and answered by the test: name prompts get `typed` (none:
@@ -146,15 +164,48 @@ struct Explorer {
     MacViewController& c() { return *window; }
     MandelbrotView& view() { return *window->mandelbrotView(); }
     QPointF centre() { return {view().width() / 2.0, view().height() / 2.0}; }
-    // The view's pixel buffer size.
-    double bw() { return view().bufferWidth(); }
-    double bh() { return view().bufferHeight(); }
     // No render is running or queued, none of a stale render's rows is still to come, and the
     // recolour queue is empty.
     bool settle() {
         return waitFor([this] {
             return !window->isRendering() && window->workersIdle() && !window->recolorPending();
         }) && (QCoreApplication::processEvents(), true);
+    }
+};
+
+// The explorer listening to a fake microphone, every dialog answered by the test (the file
+// picker returns `picked`), and none of the user's own bookmarks or palettes.
+struct Collections : ::testing::Test, AnsweredDialogs {
+    FakeMicrophone* microphone = new FakeMicrophone;  // owned by the window
+    std::unique_ptr<Explorer> e;
+    QStringList picked;
+    std::vector<OpenFilesRequest> pickers;
+
+    Collections() {
+        QFile::remove(BookmarkLibrary::shared().fileURL());
+        QDir(paletteFolder()).removeRecursively();
+        QDir().mkpath(paletteFolder());
+        e = std::make_unique<Explorer>(std::unique_ptr<AudioInput>(microphone));
+        install(c());
+        c().presentOpenFiles = [this](const OpenFilesRequest& r, std::function<void(const QStringList&)> onChosen) {
+            pickers.push_back(r);
+            onChosen(picked);
+        };
+        c().refreshBookmarkCaches();
+        c().refreshPaletteCaches();
+    }
+    MacViewController& c() { return e->c(); }
+    static QString paletteFolder() { return PaletteLibrary::shared().userPalettesDirectory(); }
+    // The names of the user's bookmarks as the window holds them, and of their palettes as stored.
+    QStringList bookmarkNames() {
+        QStringList names;
+        for (const Bookmark& b : c().userBookmarksCache()) names << b.name;
+        return names;
+    }
+    static QStringList paletteNames() {
+        QStringList names;
+        for (const SavedPalette& p : PaletteLibrary::shared().loadUserPalettes()) names << p.name;
+        return names;
     }
 };
 

@@ -3,8 +3,6 @@
 // The files: FOLDER/Bookmarks.json, FOLDER/Palettes/Round.map, FOLDER/glimmerscape.conf and the
 // export in TMPDIR. After every complete round it prints the round's number on its own line.
 #include <QCoreApplication>
-#include <QDateTime>
-#include <QImage>
 #include <cstdio>
 
 #include "export/image_export.h"

@@ -3,8 +3,8 @@
 #include <gtest/gtest.h>
 
 #include <QCoreApplication>
-#include <QElapsedTimer>
 #include <QProcess>
+#include <QTest>
 #include <QThread>
 
 #include <atomic>
@@ -17,17 +17,6 @@ namespace gs {
 namespace {
 
 QByteArray env(const char* name) { return qgetenv(name); }
-
-// Runs the event loop until done() or the time is up; returns done().
-bool waitFor(const std::function<bool()>& done, int milliseconds = 5000) {
-    QElapsedTimer clock;
-    clock.start();
-    while (!done() && clock.elapsed() < milliseconds) {
-        QCoreApplication::processEvents(QEventLoop::AllEvents, 20);
-        QThread::msleep(5);
-    }
-    return done();
-}
 
 bool run(const QString& program, const QStringList& arguments, QByteArray* out = nullptr) {
     QProcess p;
@@ -77,7 +66,7 @@ protected:
 };
 
 TEST_F(Live, FollowsTheSystemDefaultWhenTheChosenInputIsGone) {
-    ASSERT_TRUE(waitFor([] { return AudioCapture::inputDevices().size() == 2; }));
+    ASSERT_TRUE(QTest::qWaitFor([] { return AudioCapture::inputDevices().size() == 2; }));
     EXPECT_EQ(AudioCapture::inputDevices().front().id(), env("GS_PULSE_OTHER_SOURCE"));
     AudioCapture capture;
     capture.setInputDeviceId("unplugged_usb_mic");
@@ -97,19 +86,19 @@ TEST_F(Live, SilenceToneSilence) {
 
     play(1.0);
     bool allSilent = true;
-    ASSERT_TRUE(waitFor([&] {
+    ASSERT_TRUE(QTest::qWaitFor([&] {
         allSilent = allSilent && analyzer.latestMetrics() == SoundAnalyzer::Metrics{};
         return in.buffers >= 20;
     }));
     EXPECT_TRUE(allSilent);
 
     play(1.0, {"sine", "440"});
-    ASSERT_TRUE(waitFor([&] { return analyzer.latestMetrics().pitchHz.has_value(); }));
+    ASSERT_TRUE(QTest::qWaitFor([&] { return analyzer.latestMetrics().pitchHz.has_value(); }));
     EXPECT_EQ(analyzer.latestMetrics().pitchHz, 445.3125);
     EXPECT_GT(analyzer.latestMetrics().rms, 0.0);
 
     play(2.0);
-    EXPECT_TRUE(waitFor([&] { return analyzer.latestMetrics().rms == 0.0; }));
+    EXPECT_TRUE(QTest::qWaitFor([&] { return analyzer.latestMetrics().rms == 0.0; }));
     EXPECT_EQ(in.misshapen, 0);
     EXPECT_EQ(in.onGuiThread, 0);
     analyzer.stop();
@@ -139,11 +128,11 @@ TEST_F(Live, LosingTheMicrophoneInterrupts) {
     ASSERT_TRUE(analyzer.start()) << analyzer.failureReason().toStdString();
     const QByteArray source = env("GS_PULSE_SOURCE"), other = env("GS_PULSE_OTHER_SOURCE");
     ASSERT_TRUE(run("pactl", {"unload-module", QString::fromLatin1(moduleOf(source))}));
-    EXPECT_TRUE(waitFor([&] { return interruptions == 1; }));
+    EXPECT_TRUE(QTest::qWaitFor([&] { return interruptions == 1; }));
     EXPECT_FALSE(analyzer.isRunning());
 
     ASSERT_TRUE(run("pactl", {"unload-module", QString::fromLatin1(moduleOf(other))}));
-    ASSERT_TRUE(waitFor([] { return AudioCapture::inputDevices().isEmpty(); }));
+    ASSERT_TRUE(QTest::qWaitFor([] { return AudioCapture::inputDevices().isEmpty(); }));
     EXPECT_FALSE(analyzer.start());
     EXPECT_EQ(analyzer.failureReason(), QStringLiteral("No microphone or other audio input was found."));
 

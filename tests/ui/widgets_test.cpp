@@ -1,21 +1,19 @@
-// The fractal view's input mapping, from synthetic mouse, wheel, touchpad and key events to the
-// view's requests. The view stands alone here: only its callbacks are watched.
+// The window's widgets on their own, only their callbacks watched: the fractal view's input
+// mapping from synthetic mouse, wheel, touchpad and key events to its requests, and the browser
+// drawer, whose keyboard and mouse reach every entry and only entries and which follows its host.
 #include <gtest/gtest.h>
 
 #include <QKeyEvent>
+#include <QListWidget>
 #include <cmath>
 #include <optional>
 #include <vector>
 
+#include "ui/browser_panel.h"
 #include "ui_test_support.h"
 
-namespace gs {
+namespace gs::test {
 namespace {
-
-using test::click;
-using test::drag;
-using test::pinch;
-using test::wheel;
 
 // Box sizes pass through fractions of the view, so compare them to a millionth of a point.
 bool near(const std::optional<RectF>& got, const RectF& want) {
@@ -52,7 +50,7 @@ struct Recorder {
     void clickAndWait(QPointF at) {
         const auto before = selections.size();
         click(&view, at);
-        ASSERT_TRUE(test::waitFor([&] { return selections.size() > before; }));
+        ASSERT_TRUE(waitFor([&] { return selections.size() > before; }));
     }
 };
 
@@ -62,8 +60,8 @@ TEST(ViewGestures, ClicksOutsideDismissAndDoubleClicksAskForAPaletteNeverZooming
     ASSERT_TRUE(r.box());
     EXPECT_EQ(r.selections.back(), r.box());  // the new box is announced
     click(&r.view, {200, 150});  // a double click inside the box keeps it
-    test::mouse(&r.view, QEvent::MouseButtonDblClick, {200, 150}, Qt::LeftButton, Qt::LeftButton);
-    test::mouse(&r.view, QEvent::MouseButtonRelease, {200, 150}, Qt::LeftButton, Qt::NoButton);
+    mouse(&r.view, QEvent::MouseButtonDblClick, {200, 150}, Qt::LeftButton, Qt::LeftButton);
+    mouse(&r.view, QEvent::MouseButtonRelease, {200, 150}, Qt::LeftButton, Qt::NoButton);
     QTest::qWait(QApplication::doubleClickInterval() + 50);
     EXPECT_EQ(r.colourCycles, 1);
     EXPECT_TRUE(r.box());
@@ -109,8 +107,8 @@ TEST(ViewGestures, WheelButtonsSwipesAndScrollsStepThroughTheHistory) {
     Recorder r;
     wheel(&r.view, {120, 0});  // tilted left, like a swipe to the right
     wheel(&r.view, {-120, 0});
-    test::mouse(&r.view, QEvent::MouseButtonPress, {10, 10}, Qt::BackButton, Qt::BackButton);
-    test::mouse(&r.view, QEvent::MouseButtonPress, {10, 10}, Qt::ForwardButton, Qt::ForwardButton);
+    mouse(&r.view, QEvent::MouseButtonPress, {10, 10}, Qt::BackButton, Qt::BackButton);
+    mouse(&r.view, QEvent::MouseButtonPress, {10, 10}, Qt::ForwardButton, Qt::ForwardButton);
     EXPECT_EQ(r.backs, 2);
     EXPECT_EQ(r.forwards, 2);
 
@@ -123,17 +121,17 @@ TEST(ViewGestures, WheelButtonsSwipesAndScrollsStepThroughTheHistory) {
     EXPECT_EQ(r.backs, 4);
 
     // Three-finger swipe to the left.
-    test::gesture(&r.view, Qt::BeginNativeGesture, {200, 150}, 0, {}, 3);
-    for (int i = 0; i < 5; ++i) test::gesture(&r.view, Qt::PanNativeGesture, {200, 150}, 0, {-20, 3}, 3);
-    test::gesture(&r.view, Qt::EndNativeGesture, {200, 150}, 0, {}, 3);
+    gesture(&r.view, Qt::BeginNativeGesture, {200, 150}, 0, {}, 3);
+    for (int i = 0; i < 5; ++i) gesture(&r.view, Qt::PanNativeGesture, {200, 150}, 0, {-20, 3}, 3);
+    gesture(&r.view, Qt::EndNativeGesture, {200, 150}, 0, {}, 3);
     EXPECT_EQ(r.forwards, 3);
 
     // A scroll while pinching changes nothing.
-    test::gesture(&r.view, Qt::BeginNativeGesture, {200, 150});
-    test::gesture(&r.view, Qt::ZoomNativeGesture, {200, 150}, 0.1);
+    gesture(&r.view, Qt::BeginNativeGesture, {200, 150});
+    gesture(&r.view, Qt::ZoomNativeGesture, {200, 150}, 0.1);
     QTest::qWait(350);
     wheel(&r.view, {0, 120});
-    test::gesture(&r.view, Qt::EndNativeGesture, {200, 150});
+    gesture(&r.view, Qt::EndNativeGesture, {200, 150});
     EXPECT_EQ(r.frequencyShiftStarts, 0);
     EXPECT_TRUE(r.view.selection().hasSelection());
 }
@@ -157,5 +155,55 @@ TEST(ViewGestures, TheKeyboardDrawsMovesAndZoomsTheBox) {
     EXPECT_EQ(r.zooms.size(), 1u);
 }
 
+struct Browser : ::testing::Test {
+    QWidget host;
+    BrowserPanel panel{QStringLiteral("Bookmarks"), &host};
+    std::vector<std::pair<int, int>> applied, menus;
+
+    Browser() {
+        host.resize(900, 600);
+        host.show();
+        panel.setSections({{QStringLiteral("Mine"), {{QStringLiteral("Spiral"), QStringLiteral("1.2×10⁵×"), {}, {}}}},
+                           {QStringLiteral("Built-in"),
+                            {{QStringLiteral("Needle"), {}, {Qt::red, Qt::blue}, {}},
+                             {QStringLiteral("Seahorse"), {}, {}, QImage(40, 30, QImage::Format_RGB32)}}}});
+        panel.onActivated = [this](int s, int r) { applied.emplace_back(s, r); };
+        panel.onContextMenu = [this](int s, int r, const QPoint&) { menus.emplace_back(s, r); };
+        panel.openPanel();
+    }
+    void key(int k, Qt::KeyboardModifiers m = Qt::NoModifier) { QTest::keyClick(panel.list(), Qt::Key(k), m); }
+};
+
+TEST_F(Browser, KeysAndClicksReachTheEntriesAndSkipTheSectionTitles) {
+    EXPECT_EQ(panel.currentEntry(), std::make_pair(0, 0));
+    key(Qt::Key_Down);  // over the "Built-in" title
+    EXPECT_EQ(panel.currentEntry(), std::make_pair(1, 0));
+    key(Qt::Key_Return);
+    key(Qt::Key_Down);
+    key(Qt::Key_Space);
+    key(Qt::Key_Menu);
+    key(Qt::Key_Up);
+    key(Qt::Key_F10, Qt::ShiftModifier);
+    EXPECT_EQ(menus, (std::vector<std::pair<int, int>>{{1, 1}, {1, 0}}));
+    // A click applies; a click on a title does nothing.
+    QListWidget* list = panel.list();
+    for (int i = 0; i < list->count(); ++i)
+        QTest::mouseClick(list->viewport(), Qt::LeftButton, {}, list->visualItemRect(list->item(i)).center());
+    EXPECT_EQ(applied, (std::vector<std::pair<int, int>>{{1, 0}, {1, 1}, {0, 0}, {1, 0}, {1, 1}}));
+}
+
+TEST_F(Browser, ItStaysOnTheHostsRightEdgeAndClosesWithItsExplanations) {
+    host.resize(1200, 700);
+    EXPECT_EQ(panel.geometry(), QRect(1200 - BrowserPanel::kWidth, 0, BrowserPanel::kWidth, 700));
+    bool closed = false;
+    panel.onClosed = [&] { closed = true; };
+    panel.showExplanations();
+    EXPECT_TRUE(panel.explanationsOpen());
+    panel.closePanel();
+    EXPECT_TRUE(closed);
+    EXPECT_FALSE(panel.isOpen());
+    EXPECT_FALSE(panel.explanationsOpen());
+}
+
 }  // namespace
-}  // namespace gs
+}  // namespace gs::test

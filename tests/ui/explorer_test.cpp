@@ -1,0 +1,337 @@
+// The explorer window as a whole: its layout at every size from its minimum up in either mode;
+// the render pipeline (generations, completion, recolour merging, recolours deferred past a
+// render, relighting and re-layout); zooming, the history, the zoom limit and the resets with the
+// selection box drawn and clicked the way a user does it. The history's arithmetic and the box's
+// minimum size have tests of their own.
+#include <gtest/gtest.h>
+
+#include <QAbstractButton>
+#include <cstring>
+
+#include "ui/julia_view.h"
+#include "ui/tuning_help_card.h"
+#include "ui/tuning_panel_view.h"
+#include "ui_test_support.h"
+
+namespace gs::test {
+namespace {
+
+std::string nameOf(const QWidget* w) {
+    const auto* button = qobject_cast<const QAbstractButton*>(w);
+    return (button ? button->text() : QString::fromLatin1(w->metaObject()->className())).toStdString();
+}
+
+// No visible control of the sidebar, the bottom bar or the tuning panel overlaps another or
+// leaves its area; the Julia thumbnail stays square.
+void expectNothingOverlaps(Explorer& e) {
+    for (const char* area : {"sidebar", "statusBar", "tuningPanel"}) {
+        const auto* parent = e.c().findChild<QWidget*>(QLatin1String(area));
+        ASSERT_TRUE(parent) << area;
+        if (!parent->isVisible()) continue;
+        std::vector<const QWidget*> shown;
+        for (const QWidget* child : parent->findChildren<QWidget*>(Qt::FindDirectChildrenOnly))
+            if (child->isVisible()) shown.push_back(child);
+        EXPECT_GT(shown.size(), 5u) << area;
+        for (std::size_t i = 0; i < shown.size(); ++i) {
+            EXPECT_TRUE(parent->rect().contains(shown[i]->geometry())) << area << " " << nameOf(shown[i]);
+            for (std::size_t j = i + 1; j < shown.size(); ++j)
+                EXPECT_FALSE(shown[i]->geometry().intersects(shown[j]->geometry()))
+                    << area << " " << nameOf(shown[i]) << " / " << nameOf(shown[j]);
+        }
+    }
+    EXPECT_EQ(e.c().juliaView()->width(), e.c().juliaView()->height());
+}
+
+// In advanced mode the panel takes the layout of the window's width and stays under the picture,
+// which keeps at least 300 points of height; every docked help card fits.
+void expectThePanelFits(Explorer& e, TuningPanelView::Layout layout) {
+    TuningPanelView& panel = *e.c().tuningPanel();
+    const QRect picture(e.view().mapTo(e.window.get(), QPoint(0, 0)), e.view().size());
+    EXPECT_EQ(panel.currentLayout(), layout);
+    EXPECT_FALSE(panel.geometry().intersects(picture));
+    EXPECT_GE(e.view().height(), 300);
+    for (int t = 0; t < static_cast<int>(panel.tabs().size()); ++t) {
+        panel.selectTab(t);
+        for (int s = 0; s < static_cast<int>(panel.sliders().size()); ++s) {
+            panel.showHelp(s);
+            const TuningHelpCard* card = panel.helpCard();
+            EXPECT_GE(card->height(), card->heightForWidth(card->width())) << card->title().toStdString();
+            const QRect inWindow(card->mapTo(e.window.get(), QPoint(0, 0)), card->size());
+            EXPECT_TRUE(e.window->rect().contains(inWindow)) << card->title().toStdString();
+        }
+    }
+    panel.hideHelp();
+    panel.selectTab(0);
+}
+
+TEST(WindowLayout, EverythingFitsFromTheMinimumSizeUpInEitherMode) {
+    clearPreferences();
+    Explorer e;
+    using Layout = TuningPanelView::Layout;
+    const std::pair<QSize, Layout> cases[] = {{{860, 560}, Layout::overlay},
+                                              {{1024, 640}, Layout::overlay},
+                                              {{1240, 800}, Layout::standard},
+                                              {{1920, 1080}, Layout::wide}};
+    for (const auto& [size, layout] : cases) {
+        for (bool advanced : {false, true}) {
+            if (e.c().isAdvancedMode() != advanced) e.c().handleModeTagTap();
+            e.window->resize(size);
+            ASSERT_TRUE(e.settle());
+            SCOPED_TRACE(testing::Message() << size.width() << "x" << size.height() << (advanced ? " advanced" : ""));
+            EXPECT_EQ(e.c().tuningPanel()->isVisible(), advanced);
+            expectNothingOverlaps(e);
+            if (advanced) expectThePanelFits(e, layout);
+        }
+    }
+    e.c().toggleFullScreen();  // the picture has the screen to itself
+    EXPECT_FALSE(e.c().tuningPanel()->isVisible());
+    e.c().toggleFullScreen();
+    EXPECT_TRUE(e.c().tuningPanel()->isVisible());
+}
+
+// A boundary region with a high ceiling: its rows are slow, so they arrive late.
+constexpr Viewport kSlowView{-0.7436439, -0.7436419, 0.1318249, 0.1318264};
+constexpr Viewport kFastView{-2.5, 1.5, -1.5, 1.5};
+
+bool sameData(const Frame& a, const Frame& b) {
+    return a.data.size() == b.data.size() &&
+           std::memcmp(a.data.data(), b.data.data(), a.data.size() * sizeof(PixelExtendedData)) == 0;
+}
+
+Frame referenceFrame(const Viewport& v, int w, int h) {
+    Frame f;
+    renderFrame(mandelbrotRequest(v, w, h, ColourInputs{}), f);
+    return f;
+}
+
+// Counts the pictures the view passes on from now.
+int& countImages(MandelbrotView& view) {
+    static int images;
+    images = 0;
+    view.onImageUpdated = [](const QImage& image) { images += !image.isNull(); };
+    return images;
+}
+
+TEST(RenderPipeline, TwoQuickRequestsShowOnlyTheSecondAndCompleteOnce) {
+    Explorer e;
+    const int& images = countImages(e.view());
+    const auto juliaBefore = e.c().juliaView()->recomputeGeneration();
+    const auto generationBefore = e.c().renderGeneration();
+
+    e.c().setViewport(kSlowView);
+    e.c().setViewport(kFastView);  // same pass of the event loop: the first is stale at once
+    EXPECT_EQ(e.c().renderGeneration(), generationBefore + 2);
+    ASSERT_TRUE(e.settle());  // the slow render's rows have all arrived (and were dropped)
+
+    EXPECT_EQ(images, 1);
+    EXPECT_EQ(e.c().juliaView()->recomputeGeneration(), juliaBefore + 1);
+    const Frame& shown = e.view().frame();
+    EXPECT_TRUE(sameData(shown, referenceFrame(kFastView, shown.width, shown.height)));
+    EXPECT_EQ(e.c().statusTexts().at(0), QStringLiteral("1.0×"));
+}
+
+TEST(RenderPipeline, RecolourRequestsMergeNeverIterateAndWaitForTheRender) {
+    Explorer e;
+    const int& images = countImages(e.view());
+    const Frame before = e.view().frame();
+    const auto generation = e.c().renderGeneration();
+
+    e.c().requestRecolor();
+    e.c().toggleGlow();
+    e.c().newRandomPalette();
+    e.c().requestRecolor();
+    EXPECT_TRUE(e.c().recolorPending());
+    ASSERT_TRUE(e.settle());
+
+    EXPECT_EQ(images, 1);
+    EXPECT_EQ(e.c().renderGeneration(), generation);
+    EXPECT_TRUE(sameData(e.view().frame(), before));
+    EXPECT_NE(e.view().frame().pixels, before.pixels);
+
+    // Asked for during a render, a recolour runs once after it.
+    std::vector<bool> renderingAtImage;
+    e.view().onImageUpdated = [&](const QImage&) { renderingAtImage.push_back(e.c().isRendering()); };
+
+    e.c().setViewport(kSlowView);
+    e.c().newRandomPalette();
+    ASSERT_TRUE(test::waitFor([&] { return !e.c().recolorPending(); }));
+    ASSERT_TRUE(e.c().isRendering());
+    e.c().requestRecolor();  // a second pass during the same render
+    ASSERT_TRUE(e.settle());
+
+    // The completion's picture, then exactly one recolour once the render is over.
+    EXPECT_EQ(renderingAtImage, (std::vector<bool>{true, false}));
+}
+
+TEST(RenderPipeline, WheelShiftsTheFrequencyWithinItsBoundsOrWithReliefTheLight) {
+    Explorer e;
+    test::wheel(&e.view(), {0, 120});
+    test::wheel(&e.view(), {0, 120});  // the same scroll: measured from where it began
+    EXPECT_DOUBLE_EQ(e.c().frequency(), 2.0 + 6.0 / 16);
+    const int h = e.view().height();
+    test::wheel(&e.view(), {0, -1}, {0, -10 * h});
+    EXPECT_EQ(e.c().frequency(), 0.1);
+    test::wheel(&e.view(), {0, 1}, {0, 20 * h});
+    EXPECT_EQ(e.c().frequency(), 8.0);
+
+    e.c().toggle3DRelief();
+    ASSERT_TRUE(e.settle());
+    QTest::qWait(350);  // a new scroll
+    const int& images = countImages(e.view());
+    const Frame before = e.view().frame();
+    test::wheel(&e.view(), {0, 120});
+    test::wheel(&e.view(), {0, 120});
+    EXPECT_EQ(e.c().frequency(), 8.0);
+    EXPECT_DOUBLE_EQ(e.c().reliefLightRawY(), -0.5 + 2.0 / 16 * 1.5);
+    EXPECT_EQ(e.c().reliefLightRawX(), -0.5);
+    EXPECT_NE(e.c().reliefLight(), lightVector(-0.5, -0.5));
+    EXPECT_TRUE(sameData(e.view().frame(), before));
+    EXPECT_NE(e.view().frame().pixels, before.pixels);
+    EXPECT_EQ(images, 0);  // the relight path passes no picture on
+}
+
+TEST(RenderPipeline, OnlyANewSizeRendersAgain) {
+    Explorer e;
+    const auto generation = e.c().renderGeneration();
+    const int bufferWidth = e.view().bufferWidth();
+    e.window->resize(e.window->size());
+    QCoreApplication::processEvents();
+    EXPECT_EQ(e.c().renderGeneration(), generation);
+
+    e.window->resize(e.window->width() + 200, e.window->height() + 150);
+    ASSERT_TRUE(e.settle());
+    EXPECT_EQ(e.c().renderGeneration(), generation + 1);
+    EXPECT_GT(e.view().bufferWidth(), bufferWidth);
+    const Frame& shown = e.view().frame();
+    EXPECT_TRUE(sameData(shown, referenceFrame(kHomeView, shown.width, shown.height)));
+}
+
+TEST(RenderPipeline, JuliaOfTheOriginIsTheUnitDisc) {
+    Explorer e;
+    JuliaView* julia = e.c().juliaView();
+    QImage picture;
+    std::int64_t pictureGeneration = -1;
+    julia->onImageUpdated = [&](const QImage& image) {
+        picture = image.copy();
+        pictureGeneration = julia->recomputeGeneration();
+    };
+    e.c().setViewport({-1, 1, -1, 1});
+    ASSERT_TRUE(e.settle());
+    const std::int64_t latest = julia->recomputeGeneration();  // asked for by that render
+    ASSERT_TRUE(test::waitFor([&] { return pictureGeneration == latest; }));
+    auto isBlack = [&](double re, double im) {
+        const QColor c = picture.pixelColor(int((re + 1.6) / 3.2 * picture.width()),
+                                            int((1.6 - im) / 3.2 * picture.height()));
+        return c.red() == 0 && c.green() == 0 && c.blue() == 0;
+    };
+    EXPECT_TRUE(isBlack(0, 0) && isBlack(0.9, 0));
+    EXPECT_FALSE(isBlack(1.1, 0) || isBlack(-0.8, 0.8));
+}
+
+// A click waits for the double-click interval; wait until it has been handled.
+void clickSelection(Explorer& e) {
+    test::click(&e.view(), e.centre());
+    ASSERT_TRUE(test::waitFor([&] { return !e.view().selection().hasSelection(); }));
+}
+
+TEST(ZoomHistoryInWindow, BackAndForwardRoundTripAndResetView) {
+    Explorer e;
+    test::pinch(&e.view(), e.centre(), 2.0);
+    const auto generation = e.c().renderGeneration();
+    e.c().resetViewAction();  // at home: nothing at all, not even the box goes
+    EXPECT_EQ(e.c().renderGeneration(), generation);
+    EXPECT_TRUE(e.c().history().backStack().empty());
+    EXPECT_TRUE(e.view().selection().hasSelection());
+
+    clickSelection(e);
+    const Viewport zoomed = e.c().viewport();
+    ASSERT_NE(zoomed, kHomeView);
+    ASSERT_TRUE(e.settle());
+    EXPECT_EQ(e.c().statusTexts().at(0), QStringLiteral("4.2×"));  // a box of 0.24 of the view
+
+    e.c().zoomBackAction();
+    EXPECT_EQ(e.c().viewport(), kHomeView);
+    EXPECT_TRUE(e.view().selection().hasSelection());  // the box we came through
+    e.c().zoomForwardAction();
+    EXPECT_EQ(e.c().viewport(), zoomed);
+    EXPECT_FALSE(e.view().selection().hasSelection());
+
+    e.c().zoomBackAction();
+    clickSelection(e);
+    EXPECT_EQ(e.c().viewport(), zoomed);
+    EXPECT_TRUE(e.c().history().forwardStack().empty());  // a new zoom forgets the way forward
+}
+
+TEST(ZoomLimit, RefusesFiveTimesTenToTheFifteenAndKeepsEverything) {
+    Explorer e;
+    // Far outside the set, so that the deep render is quick: every point escapes at once.
+    const Viewport deep{3.0, 3.0 + 1.2e-15, 0.0, 0.9e-15};
+    e.c().setViewport(deep);
+    ASSERT_TRUE(e.settle());
+    const auto generation = e.c().renderGeneration();
+
+    test::pinch(&e.view(), e.centre(), 0.5 / 0.12);  // half the view: zoom 6.7e15
+    test::click(&e.view(), e.centre());
+    ASSERT_TRUE(test::waitFor([&] { return !e.alerts.isEmpty(); }));
+    EXPECT_EQ(e.alerts, QStringList{"You have reached the current limits of the zoom - it is as if you had zoomed "
+                                    "10 thousand times inside an atom!"});
+    EXPECT_EQ(e.c().viewport(), deep);
+    EXPECT_TRUE(e.c().history().backStack().empty());
+    EXPECT_EQ(e.c().renderGeneration(), generation);
+    EXPECT_TRUE(e.view().selection().hasSelection());
+}
+
+TEST(ResetAll, AsksFirstThenRestoresTheDefaultsWithARandomPalette) {
+    Explorer e;
+    test::pinch(&e.view(), e.centre(), 2.0);
+    clickSelection(e);
+    e.c().zoomBackAction();
+    e.c().toggleGlow();
+    e.c().toggleDistanceEstimation();
+    test::drag(&e.view(), {100, 300}, {100, 200}, Qt::LeftButton);  // palette shift
+    ASSERT_NE(e.c().cycleOffset(), 0.0);
+    test::wheel(&e.view(), {0, 120});
+    ASSERT_NE(e.c().frequency(), 2.0);
+    e.c().toggle3DRelief();
+    test::wheel(&e.view(), {0, 120});  // moves the light
+    e.c().setAnimationSpeed(0.5);
+    e.c().toggleAnimateColors();
+
+    e.c().resetAllAction();
+    ASSERT_EQ(e.confirmations, QStringList{"This will clear your zoom history and reset the color palette, frequency, "
+                                           "and shading effects to their defaults. Are you sure?"});
+    EXPECT_TRUE(e.c().glowEnabled());  // "No": nothing happens
+
+    e.answerYes = true;
+    e.c().resetAllAction();
+    EXPECT_TRUE(e.c().history().backStack().empty() && e.c().history().forwardStack().empty());
+    EXPECT_EQ(e.c().viewport(), kHomeView);
+    EXPECT_FALSE(e.view().selection().hasSelection());
+    EXPECT_EQ(e.c().paletteMode(), PaletteMode::random);
+    EXPECT_EQ(e.c().colorTable()->size(), 256u);
+    EXPECT_EQ(e.c().settings(), ExplorerSettings{});
+    EXPECT_EQ(e.c().reliefLight(), lightVector(-0.5, -0.5));
+    EXPECT_FALSE(e.c().animateColorsEnabled() || e.c().animationTimerRunning());
+    EXPECT_EQ(e.view().tuning, ShadingTuning{});
+}
+
+TEST(PaletteCommands, EveryCommandMakesAFreshTableAndForgetsTheNames) {
+    Explorer e;
+    using C = MacViewController;
+    // Smooth when already smooth and random when already random still make a new table.
+    for (const auto& [command, mode] :
+         {std::pair{&C::useSmoothColors, PaletteMode::smooth},
+          std::pair{&C::useRandomColors, PaletteMode::random},
+          std::pair{&C::useRandomColors, PaletteMode::random},
+          std::pair{&C::newRandomPalette, PaletteMode::random},
+          std::pair{&C::useSmoothColors, PaletteMode::smooth}}) {
+        const auto table = e.c().colorTable();
+        (e.c().*command)();
+        EXPECT_NE(*e.c().colorTable(), *table);
+        EXPECT_EQ(e.c().paletteMode(), mode);
+        EXPECT_FALSE(e.c().currentPaletteName() || e.c().currentBookmarkName());
+    }
+}
+
+}  // namespace
+}  // namespace gs::test
