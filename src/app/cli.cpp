@@ -50,7 +50,7 @@ Bookmark readBookmarkFile(const QString& path) {
     QFile f(path);
     if (!f.open(QIODevice::ReadOnly))
         throw Failure{QStringLiteral("cannot read bookmark '%1': %2").arg(path, f.errorString())};
-    const QByteArray bytes = f.read(kMaxBookmarkFileBytes + 1);
+    const QByteArray bytes = readAtMost(f, kMaxBookmarkFileBytes);
     QString why = QStringLiteral("larger than a bookmark can be");
     const auto b = bytes.size() > kMaxBookmarkFileBytes ? std::nullopt : decodeBookmark(bytes, &why);
     if (!b) throw Failure{QStringLiteral("'%1' is not a valid bookmark: %2").arg(path, why)};

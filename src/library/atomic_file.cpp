@@ -1,5 +1,7 @@
 #include "atomic_file.h"
 
+#include <algorithm>
+
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -52,6 +54,20 @@ bool writeFileAtomically(const QString& path, const QByteArray& bytes, QString* 
         return fail(error, why);
     }
     return true;
+}
+
+QByteArray readAtMost(QFile& file, qint64 limit) {
+    constexpr qint64 kChunk = 64 * 1024;
+    // A regular file says its size: one read then takes it whole (one byte more shows whether
+    // it grew meanwhile). A pipe or device is read a chunk at a time.
+    const qint64 expected = file.isSequential() ? kChunk : std::max<qint64>(file.size() - file.pos(), 0);
+    QByteArray bytes = file.read(std::min(expected, limit) + 1);
+    while (bytes.size() <= limit) {
+        const QByteArray more = file.read(std::min(kChunk, limit + 1 - bytes.size()));
+        if (more.isEmpty()) break;
+        bytes += more;
+    }
+    return bytes;
 }
 
 }  // namespace gs

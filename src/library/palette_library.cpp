@@ -80,7 +80,7 @@ QList<SavedPalette> readFolder(const QString& directory, bool builtIn) {
 std::optional<ColorTable> readPaletteFile(const QString& path) {
     QFile file(path);
     if (!file.open(QIODevice::ReadOnly)) return std::nullopt;
-    const QByteArray bytes = file.read(kMaxPaletteFileBytes + 1);
+    const QByteArray bytes = readAtMost(file, kMaxPaletteFileBytes);
     if (bytes.size() > kMaxPaletteFileBytes) return std::nullopt;
     MapParseResult parsed = parseMap(std::string_view(bytes.constData(), bytes.size()));
     return std::move(parsed.colors);

@@ -13,6 +13,8 @@
 #include <QFile>
 #include <QTemporaryDir>
 #include <thread>
+#include <tuple>
+#include <vector>
 
 #include "library/atomic_file.h"
 #include "library_test_support.h"
@@ -55,6 +57,35 @@ TEST(AtomicFile, WritesIntoAFifoWithoutReplacingIt) {
     EXPECT_TRUE(S_ISFIFO(after.st_mode));
     EXPECT_EQ(QDir(dir.path()).entryList(QDir::AllEntries | QDir::NoDotAndDotDot | QDir::System),
               QStringList{QStringLiteral("pipe")});  // no temporary file left beside it
+}
+
+// A capped read gives the whole file up to the limit and one byte more beyond it, from a regular
+// file (sized up front) and from a pipe (read in chunks), wherever the file's position is.
+TEST(AtomicFile, ReadsAtMostOneByteBeyondTheLimit) {
+    QTemporaryDir dir;
+    const QString path = dir.filePath("f");
+    const QByteArray big(200 * 1024, 'x');
+    for (const auto& [size, limit, skip, expected] :
+         {std::tuple{0, 10, 0, 0}, {10, 10, 0, 10}, {11, 10, 0, 11}, {200 * 1024, 150 * 1024, 0, 150 * 1024 + 1},
+          {200 * 1024, 300 * 1024, 0, 200 * 1024}, {20, 10, 5, 11}, {15, 10, 5, 10}}) {
+        ASSERT_TRUE(writeFileAtomically(path, big.first(size)));
+        QFile file(path);
+        ASSERT_TRUE(file.open(QIODevice::ReadOnly));
+        file.seek(skip);
+        EXPECT_EQ(readAtMost(file, limit).size(), expected) << size << " bytes, limit " << limit;
+    }
+    int fds[2];
+    ASSERT_EQ(::pipe(fds), 0);
+    std::thread writer([&] {
+        const std::vector<char> piece(100 * 1024, 'y');
+        for (int i = 0; i < 3; ++i) (void)!::write(fds[1], piece.data(), piece.size());
+        ::close(fds[1]);
+    });
+    QFile pipe;
+    ASSERT_TRUE(pipe.open(fds[0], QIODevice::ReadOnly, QFileDevice::AutoCloseHandle));
+    EXPECT_EQ(readAtMost(pipe, 250 * 1024).size(), 250 * 1024 + 1);
+    EXPECT_EQ(readAtMost(pipe, 250 * 1024).size(), 50 * 1024 - 1);  // the rest, to its end
+    writer.join();
 }
 
 TEST(AtomicFile, ReplacesRegularFilesAndRefusesWhatItCannotWrite) {
