@@ -6,12 +6,13 @@
 namespace gs {
 namespace {
 
-// Appends the parts of `relative` between slashes, skipping empty ones; false for "." and "..".
+// Appends the parts of `relative` between slashes to an encoded path, each percent-encoded,
+// skipping empty ones; false for "." and "..".
 bool appendComponents(QString& path, const QString& relative) {
     for (const QString& part : relative.split(QLatin1Char('/'), Qt::SkipEmptyParts)) {
         if (part == QLatin1String(".") || part == QLatin1String("..")) return false;
         if (!path.endsWith(QLatin1Char('/'))) path += QLatin1Char('/');
-        path += part;
+        path += QString::fromLatin1(QUrl::toPercentEncoding(part));
     }
     return true;
 }
@@ -47,21 +48,21 @@ QUrl libraryBaseUrl(const QUrl& origin, LibraryKind kind) {
     if (!path.endsWith(QLatin1Char('/'))) path += QLatin1Char('/');
     path += kind == LibraryKind::palettes ? QLatin1String("Glimmerscape/Palettes/")
                                           : QLatin1String("Glimmerscape/Bookmarks/");
-    base.setPath(path);
+    base.setPath(path, QUrl::TolerantMode);
     return base;
 }
 
 QUrl libraryManifestUrl(const QUrl& baseUrl) {
     QUrl url = baseUrl;
-    url.setPath(baseUrl.path(QUrl::FullyEncoded) + QLatin1String("manifest.json"));
+    url.setPath(baseUrl.path(QUrl::FullyEncoded) + QLatin1String("manifest.json"), QUrl::TolerantMode);
     return url;
 }
 
 QUrl libraryEntryUrl(const QUrl& baseUrl, const QString& collectionPath, const QString& file) {
-    QString path = baseUrl.path(QUrl::FullyDecoded);
+    QString path = baseUrl.path(QUrl::FullyEncoded);
     if (!appendComponents(path, collectionPath) || !appendComponents(path, file)) return {};
     QUrl url = baseUrl;
-    url.setPath(path, QUrl::DecodedMode);
+    url.setPath(path, QUrl::TolerantMode);
     return url;
 }
 

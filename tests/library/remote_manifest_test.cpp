@@ -83,6 +83,12 @@ TEST(LibraryLocation, BuildsTheLibraryAddresses) {
               QStringLiteral("https://example.org/mirror/Glimmerscape/Palettes/warm/Deep%20Sea%3F.map"));
     EXPECT_EQ(libraryEntryUrl(palettes, QString(), QStringLiteral("a.map")).path(),
               QStringLiteral("/mirror/Glimmerscape/Palettes/a.map"));
+    // Escapes in the origin's path stay escapes, one level deep, in every address made from it.
+    const QUrl escaped = libraryBaseUrl(QUrl(QStringLiteral("https://example.org/a%2Fb%20c")), LibraryKind::palettes);
+    EXPECT_EQ(libraryManifestUrl(escaped).toString(QUrl::FullyEncoded),
+              QStringLiteral("https://example.org/a%2Fb%20c/Glimmerscape/Palettes/manifest.json"));
+    EXPECT_EQ(libraryEntryUrl(escaped, QStringLiteral("100%"), QStringLiteral("x.map")).toString(QUrl::FullyEncoded),
+              QStringLiteral("https://example.org/a%2Fb%20c/Glimmerscape/Palettes/100%25/x.map"));
     EXPECT_FALSE(libraryEntryUrl(palettes, QStringLiteral("../.."), QStringLiteral("a.map")).isValid());
     EXPECT_FALSE(libraryEntryUrl(palettes, QStringLiteral("warm"), QStringLiteral("..")).isValid());
 }
