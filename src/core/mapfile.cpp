@@ -67,6 +67,7 @@ std::u32string decodeText(std::string_view bytes) {
         return text;
     }
     text.clear();
+    text.reserve(bytes.size());
     for (char byte : bytes) text.push_back(static_cast<unsigned char>(byte));
     return text;
 }
@@ -96,29 +97,38 @@ std::vector<std::u32string_view> splitLines(std::u32string_view text) {
 
 bool isBlankLine(std::u32string_view line) { return std::all_of(line.begin(), line.end(), isBlank); }
 
-// The non-empty pieces of a line between runs of blanks, tabs and commas.
-std::vector<std::u32string_view> splitFields(std::u32string_view line) {
-    std::vector<std::u32string_view> fields;
+// The first three non-empty pieces of a line between runs of blanks, tabs and commas; how many
+// there were, up to three (the rest of a line is never read).
+std::size_t firstThreeFields(std::u32string_view line, std::u32string_view (&fields)[3]) {
+    std::size_t count = 0;
     std::size_t i = 0;
-    while (i < line.size()) {
+    while (i < line.size() && count < 3) {
         while (i < line.size() && isFieldSeparator(line[i])) ++i;
         const std::size_t start = i;
         while (i < line.size() && !isFieldSeparator(line[i])) ++i;
-        if (i > start) fields.push_back(line.substr(start, i - start));
+        if (i > start) fields[count++] = line.substr(start, i - start);
     }
-    return fields;
+    return count;
 }
 
 enum class NumberStatus { ok, notWhole, outOfRange };
 
 // A decimal integer with an optional leading + or -, fitting 64 bits.
 NumberStatus readWholeNumber(std::u32string_view field, std::int64_t& value) {
-    std::string ascii;
-    for (char32_t c : field) {
-        if (c > 0x7F) return NumberStatus::notWhole;
-        ascii.push_back(static_cast<char>(c));
+    // Numbers are short: narrowed into a buffer on the stack, unless a field of leading zeros
+    // or junk is longer than it.
+    char narrow[64];
+    std::string longField;
+    char* ascii = narrow;
+    if (field.size() > sizeof narrow) {
+        longField.resize(field.size());
+        ascii = longField.data();
     }
-    std::string_view digits = ascii;
+    for (std::size_t i = 0; i < field.size(); ++i) {
+        if (field[i] > 0x7F) return NumberStatus::notWhole;
+        ascii[i] = static_cast<char>(field[i]);
+    }
+    std::string_view digits(ascii, field.size());
     if (digits.starts_with('+')) {
         digits.remove_prefix(1);
         if (digits.empty() || digits.front() < '0' || digits.front() > '9') {
@@ -134,8 +144,8 @@ NumberStatus readWholeNumber(std::u32string_view field, std::int64_t& value) {
 
 // Reads one colour line into out; on failure returns what is wrong with it.
 std::optional<std::string> readColourLine(std::u32string_view line, aColor& out) {
-    const auto fields = splitFields(line);
-    if (fields.size() < 3) return "expected three whole numbers (red green blue)";
+    std::u32string_view fields[3];
+    if (firstThreeFields(line, fields) < 3) return "expected three whole numbers (red green blue)";
     double* channels[3] = {&out.r, &out.g, &out.b};
     for (std::size_t i = 0; i < 3; ++i) {
         std::int64_t value = 0;
@@ -163,6 +173,7 @@ MapParseResult parseMap(std::string_view bytes) {
     const std::u32string text = decodeText(bytes);
     const auto lines = splitLines(text);
     ColorTable colours;
+    colours.reserve(kMapColours);
     for (std::size_t i = 0; i < lines.size(); ++i) {
         if (isBlankLine(lines[i])) continue;
         aColor colour;

@@ -38,6 +38,7 @@ TEST(MapRead, GivesAllColoursInOrder) {
         {"TrailingComment", mapText("0 128 255 ; deep blue"), kDeepBlue},
         {"RunsOfSeparators", mapText(" \t0 ,, 128\t,255 , "), kDeepBlue},
         {"Signs", mapText("-0 +128 +255"), kDeepBlue},
+        {"LongLeadingZeros", mapText("0 +" + std::string(70, '0') + "128 255"), kDeepBlue},
         {"BlankLinesBetween", mapText("0 128 255", "\n \t\n\n"), kDeepBlue},
         {"NoFinalLineBreak", mapText("0 128 255", "\n", 255) + "1 2 3", kDeepBlue},
         {"CR", mapText("0 128 255", "\r"), kDeepBlue},
