@@ -115,20 +115,12 @@ enum class NumberStatus { ok, notWhole, outOfRange };
 
 // A decimal integer with an optional leading + or -, fitting 64 bits.
 NumberStatus readWholeNumber(std::u32string_view field, std::int64_t& value) {
-    // Numbers are short: narrowed into a buffer on the stack, unless a field of leading zeros
-    // or junk is longer than it.
-    char narrow[64];
-    std::string longField;
-    char* ascii = narrow;
-    if (field.size() > sizeof narrow) {
-        longField.resize(field.size());
-        ascii = longField.data();
+    std::string ascii;  // a number's digits fit the string's inline buffer: no allocation
+    for (char32_t c : field) {
+        if (c > 0x7F) return NumberStatus::notWhole;
+        ascii.push_back(static_cast<char>(c));
     }
-    for (std::size_t i = 0; i < field.size(); ++i) {
-        if (field[i] > 0x7F) return NumberStatus::notWhole;
-        ascii[i] = static_cast<char>(field[i]);
-    }
-    std::string_view digits(ascii, field.size());
+    std::string_view digits = ascii;
     if (digits.starts_with('+')) {
         digits.remove_prefix(1);
         if (digits.empty() || digits.front() < '0' || digits.front() > '9') {
