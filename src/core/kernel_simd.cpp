@@ -92,6 +92,20 @@ HWY_INLINE void Merge(V value, M m, double* field) {
     hn::Store(Select(m, value, hn::Load(d, field)), d, field);
 }
 
+// Writes the lanes `m` of v one after another from `to` and returns how many there are. On
+// AVX-512 it packs them in a register and stores the whole vector, so every buffer written this
+// way keeps a vector's room past its last pixel: the packing store straight to memory is
+// microcoded on some CPUs (Zen 4), where it took nearly half of the home view's time.
+HWY_INLINE std::size_t Pack(V v, M m, double* to) {
+    const D d;
+#if HWY_TARGET == HWY_AVX3 || HWY_TARGET == HWY_AVX3_DL
+    hn::StoreU(V{_mm512_maskz_compress_pd(m.raw, v.raw)}, d, to);
+    return hn::CountTrue(d, m);
+#else
+    return hn::CompressStore(v, m, d, to);
+#endif
+}
+
 // Mask bits, one per lane.
 struct LaneBits {
     alignas(8) std::uint8_t bits[8] = {};
@@ -293,12 +307,12 @@ HWY_NOINLINE void FinishEscapes(Span& s) {
 HWY_INLINE void QueueEscapes(Span& s, M escaped, V index, V step, V r2, V dr, V di, V trap) {
     const D d;
     Escapes& e = s.escapes;
-    hn::CompressStore(index, escaped, d, e.index + e.count);
-    hn::CompressStore(step, escaped, d, e.step + e.count);
-    hn::CompressStore(r2, escaped, d, e.r2 + e.count);
-    hn::CompressStore(dr, escaped, d, e.dr + e.count);
-    hn::CompressStore(di, escaped, d, e.di + e.count);
-    e.count += hn::CompressStore(trap, escaped, d, e.trap + e.count);
+    Pack(index, escaped, e.index + e.count);
+    Pack(step, escaped, e.step + e.count);
+    Pack(r2, escaped, e.r2 + e.count);
+    Pack(dr, escaped, e.dr + e.count);
+    Pack(di, escaped, e.di + e.count);
+    e.count += Pack(trap, escaped, e.trap + e.count);
     if (e.count + hn::Lanes(d) > Escapes::kCapacity) FinishEscapes(s);
 }
 
@@ -339,9 +353,8 @@ HWY_INLINE std::size_t Screen(Span& s, std::int64_t begin, std::int64_t end) {
             }
             keep = hn::Not(inside);
         }
-        hn::CompressStore(hn::Add(hn::Iota(d, 0.0), hn::Set(d, static_cast<double>(i))), keep, d,
-                          f.candidateIndex + count);
-        count += hn::CompressStore(x, keep, d, f.candidateX + count);
+        Pack(hn::Add(hn::Iota(d, 0.0), hn::Set(d, static_cast<double>(i))), keep, f.candidateIndex + count);
+        count += Pack(x, keep, f.candidateX + count);
     }
     for (; i < end; ++i) {
         if (!kJulia && kernel::cardioidOrBulb(in.xs[i], in.y)) {
@@ -438,14 +451,14 @@ HWY_INLINE void WarmFinish(Span& s, const Warm& w, std::size_t count) {
                  w.o.di, w.o.trap);
     const auto add = [&](M which, V zr, V zi, V dr, V di, V trap, V step) {
         const std::size_t at = f.count;
-        hn::CompressStore(x, which, d, f.x + at);
-        hn::CompressStore(index, which, d, f.index + at);
-        hn::CompressStore(zr, which, d, f.zr + at);
-        hn::CompressStore(zi, which, d, f.zi + at);
-        hn::CompressStore(dr, which, d, f.dr + at);
-        hn::CompressStore(di, which, d, f.di + at);
-        hn::CompressStore(trap, which, d, f.trap + at);
-        f.count += hn::CompressStore(step, which, d, f.step + at);
+        Pack(x, which, f.x + at);
+        Pack(index, which, f.index + at);
+        Pack(zr, which, f.zr + at);
+        Pack(zi, which, f.zi + at);
+        Pack(dr, which, f.dr + at);
+        Pack(di, which, f.di + at);
+        Pack(trap, which, f.trap + at);
+        f.count += Pack(step, which, f.step + at);
     };
     add(hn::AndNot(w.matched, w.alive), w.o.zr, w.o.zi, w.o.dr, w.o.di, w.o.trap, w.step);
     if (HWY_UNLIKELY(!hn::AllFalse(d, w.matched))) {
