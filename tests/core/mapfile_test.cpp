@@ -1,6 +1,5 @@
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <cmath>
 #include <ostream>
 #include <string>
@@ -26,34 +25,33 @@ std::string mapText(const std::string& first, const std::string& sep = "\n", int
     return text;
 }
 
-// Files that read, each giving all 256 colours in order: {what, text, first colour}.
+// Filler lines ended in turn by every UTF-8 line break, blank lines among them, the last one
+// without a break: a break not recognised joins two lines into one that does not read.
+std::string everyBreak(const std::string& first) {
+    const std::string breaks[] = {"\n",       "\r",           "\r\n",         "\v",       "\f",
+                                  "\xC2\x85", "\xE2\x80\xA8", "\xE2\x80\xA9", "\n \t\n\n"};
+    std::string text = first;
+    for (int i = 1; i < 256; ++i) text += breaks[i % 9] + "1 2 3";
+    return text;
+}
+
 TEST(MapRead, GivesAllColoursInOrder) {
     const struct {
         const char* what;
         std::string text;
         aColor first;
-    } cases[] = {
-        {"Blanks", mapText("0 128 255"), kDeepBlue},
-        {"Commas", mapText("0,128,255"), kDeepBlue},
-        {"TrailingComment", mapText("0 128 255 ; deep blue"), kDeepBlue},
-        {"RunsOfSeparators", mapText(" \t0 ,, 128\t,255 , "), kDeepBlue},
-        {"Signs", mapText("-0 +128 +255"), kDeepBlue},
-        {"LongLeadingZeros", mapText("0 +" + std::string(70, '0') + "128 255"), kDeepBlue},
-        {"BlankLinesBetween", mapText("0 128 255", "\n \t\n\n"), kDeepBlue},
-        {"NoFinalLineBreak", mapText("0 128 255", "\n", 255) + "1 2 3", kDeepBlue},
-        {"CR", mapText("0 128 255", "\r"), kDeepBlue},
-        {"CRLF", mapText("0 128 255", "\r\n"), kDeepBlue},
-        {"VerticalTab", mapText("0 128 255", "\v"), kDeepBlue},
-        {"FormFeed", mapText("0 128 255", "\f"), kDeepBlue},
-        {"NextLine", mapText("0 128 255", "\xC2\x85"), kDeepBlue},
-        {"LineSeparator", mapText("0 128 255", "\xE2\x80\xA8"), kDeepBlue},
-        {"ParagraphSeparator", mapText("0 128 255", "\xE2\x80\xA9"), kDeepBlue},
-        {"ByteOrderMark", "\xEF\xBB\xBF" + mapText("0 128 255"), kDeepBlue},
-        // A lone 0xE9 is not UTF-8, so the file is Latin-1 and its 0x85 bytes end lines.
-        {"Latin1Fallback", mapText("0 128 255 caf\xE9"), kDeepBlue},
-        {"Latin1NextLine", mapText("0 128 255", "\x85"), kDeepBlue},
-        {"NotClamped", mapText("256 -5 300"), {256 / 255.0, -5 / 255.0, 300 / 255.0}},
-        {"Int64Limits", mapText("9223372036854775807 -9223372036854775808 0"), {0x1p63 / 255.0, -0x1p63 / 255.0, 0}}};
+    } cases[] = {{"TrailingComment", mapText("0 128 255 ; deep blue"), kDeepBlue},
+                 {"RunsOfSeparators", mapText(" \t0 ,, 128\t,255 , "), kDeepBlue},
+                 {"Signs", mapText("-0 +128 +255"), kDeepBlue},
+                 {"LongLeadingZeros", mapText("0 +" + std::string(70, '0') + "128 255"), kDeepBlue},
+                 {"EveryLineBreak", everyBreak("0 128 255"), kDeepBlue},
+                 {"ByteOrderMark", "\xEF\xBB\xBF" + mapText("0 128 255"), kDeepBlue},
+                 // A lone 0x85 is not UTF-8, so the file is Latin-1 and its 0x85 bytes end lines.
+                 {"Latin1NextLine", mapText("0 128 255", "\x85"), kDeepBlue},
+                 {"NotClamped", mapText("256 -5 300"), {256 / 255.0, -5 / 255.0, 300 / 255.0}},
+                 {"Int64Limits",
+                  mapText("9223372036854775807 -9223372036854775808 0"),
+                  {0x1p63 / 255.0, -0x1p63 / 255.0, 0}}};
     for (const auto& c : cases) {
         SCOPED_TRACE(c.what);
         const MapParseResult result = parseMap(c.text);
@@ -65,14 +63,12 @@ TEST(MapRead, GivesAllColoursInOrder) {
     }
 }
 
-// Files that do not read, each with the reason given: {what, text, error}.
 TEST(MapRead, RefusesWithAReason) {
     const std::string notNumbers = "expected three whole numbers (red green blue)";
     const struct {
         const char* what;
         std::string text, error;
     } cases[] = {
-        {"Empty", "", "expected 256 colour lines, found 0"},
         {"OnlyBlankLines", "\n \t\n\r\n", "expected 256 colour lines, found 0"},
         {"TooFewLines", mapText("1 2 3", "\n", 255), "expected 256 colour lines, found 255"},
         {"TooManyLines", mapText("1 2 3", "\n", 257), "expected 256 colour lines, found 257"},
@@ -85,7 +81,7 @@ TEST(MapRead, RefusesWithAReason) {
         {"LoneSign", mapText("0 + 0"), "line 1: " + notNumbers},
         {"ArabicIndicDigit", mapText("\xD9\xA1 0 0"), "line 1: " + notNumbers},
         {"SemicolonTouchingNumber", mapText("0 128 255;"), "line 1: " + notNumbers},
-        {"TooBig", "1 2 3\n1 2 3\n\n1 2 3\n99999999999999999999 0 0\n", "line 5: number out of range"},
+        {"TooBig", "1 2 3\n\n99999999999999999999 0 0\n", "line 3: number out of range"},
         {"TooSmall", mapText("0 0 -9223372036854775809"), "line 1: number out of range"}};
     for (const auto& c : cases) {
         const MapParseResult result = parseMap(c.text);
@@ -94,24 +90,19 @@ TEST(MapRead, RefusesWithAReason) {
     }
 }
 
-// --- Writing --------------------------------------------------------------------------------
-
-// 256 reads as 256/255 and is written back as 255; a generated palette survives the round trip.
+// 256 reads as 256/255 and is written back as 255; a generated palette survives the round trip
+// to within half a step.
 TEST(MapWrite, RoundsHalvesUpClampsAndRoundTrips) {
-    const ColorTable colours{{1, 0, 0}, {0, 0.5, 1}, {1.2, -0.1, 0.999}, {1 / 255.0, 0, 0}};
-    EXPECT_EQ(writeMap(colours), "255 0 0\n0 128 255\n255 0 255\n1 0 0\n");
-    const MapParseResult wide = parseMap(mapText("256 0 0"));
-    ASSERT_TRUE(wide.colors) << wide.error;
-    EXPECT_EQ(wide.colors->front().r, 256 / 255.0);
-    EXPECT_EQ(writeMap(*wide.colors).substr(0, 8), "255 0 0\n");
+    const ColorTable colours{
+        {1, 0, 0}, {0, 0.5, 1}, {1.2, -0.1, 0.999}, {1 / 255.0, 256 / 255.0, 0}};
+    EXPECT_EQ(writeMap(colours), "255 0 0\n0 128 255\n255 0 255\n1 255 0\n");
     SeededRandom rng(11);
     const ColorTable original = smoothPalette(rng);
     const MapParseResult read = parseMap(writeMap(original));
     ASSERT_TRUE(read.colors) << read.error;
-    ASSERT_EQ(read.colors->size(), original.size());
     for (std::size_t i = 0; i < original.size(); ++i)
-        EXPECT_LE(std::max({std::fabs((*read.colors)[i].r - original[i].r), std::fabs((*read.colors)[i].g - original[i].g),
-                            std::fabs((*read.colors)[i].b - original[i].b)}), 0.5 / 255 + 1e-12) << i;
+        for (double aColor::*c : {&aColor::r, &aColor::g, &aColor::b})
+            EXPECT_NEAR((*read.colors)[i].*c, original[i].*c, 0.5 / 255 + 1e-12) << i;
 }
 
 // Corrupted files must give either a full table or a reason, never anything in between.

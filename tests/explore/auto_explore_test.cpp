@@ -63,12 +63,10 @@ TEST(NearestCandidates, KeepTheFortySmallestLargestFirstAndTiesNeverDisplace) {
         EXPECT_EQ(best.held()[i].distance, static_cast<float>(40 - i));
 }
 
-TEST(AutoExploreTarget, NoEscapedPixelGivesNoTarget) {
-    EXPECT_FALSE(Picture{}.target(kHomeView, 1).has_value());
-}
-
+// No escaped pixel gives no target; one gives a view centred on its corner, shrunk by the factor.
 TEST(AutoExploreTarget, CentresOnThePixelCornerAndShrinksByTheFactor) {
     Picture p;
+    EXPECT_FALSE(p.target(kHomeView, 1).has_value());
     p.escape(20, 30, 1e-3f);
     const Viewport v = p.target(kHomeView, 7).value();
     EXPECT_NEAR(v.centerX(), -2.5 + 20 * 0.04, 1e-12);

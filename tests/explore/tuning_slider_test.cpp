@@ -7,11 +7,9 @@
 #include <cmath>
 #include <cstdio>
 #include <functional>
-#include <map>
 #include <optional>
 #include <set>
 #include <stdexcept>
-#include <tuple>
 
 #include "explore/tuning_slider.h"
 
@@ -27,37 +25,19 @@ const TuningSliderSpec& find(std::string_view title) {
     throw std::runtime_error("no slider " + std::string(title));
 }
 
-// Spot checks, a slider of every tab, every scale and every kind of format:
-// {tab, title, lower, upper, logarithmic, default, format}.
-using Row = std::tuple<std::string, std::string, double, double, bool, double, std::string>;
-const Row kRows[] = {
-    {"COLOR", "FREQUENCY", 0.1, 8.0, true, 2.0, "%.2f"},
-    {"COLOR", "SPEED", 0.02, 1.0, true, 0.12, "%.2f/s"},
-    {"DISTANCE ESTIMATION", "THICKNESS", -2, 6, false, 0.0, "%.1f"},
-    {"GLOW", "RADIUS", 0.2, 8, true, 0.8, "%.1f"},
-    {"TRAPS", "SHARPNESS", 0.15, 2.0, true, 0.45, "%.2f"},
-    {"TRAPS", "GLINT", 0, 0.8, false, 0.35, "%.2f"},
-    {"RELIEF", "DIRECTION", 0, 360, false, 225, "%.0f°"},
-    {"RELIEF", "DRAMA", 0, 100, false, 0.7071 / kLongestLightOffset * 100, "%.0f%%"},
-    {"RELIEF", "SHADOW", -0.3, 0.3, false, 0.0, "%+.2f"},
-    {"RELIEF", "EDGE CALM", 0.2, 1.4, false, static_cast<double>(0.6f), "%.2f"},
-    {"SOUND", "SPIN", 0, 0.5, false, 0.12, "%.2f"},
-    {"SOUND", "RESPONSE", 0.25, 4.0, true, 1.0, "%.2f×"},
-};
-
 // Every slider: a value of its own to edit, a range its scale can map, a default inside it that
 // a fresh explorer holds (the light's two views to display precision), help texts, and a format
 // the entry reads back.
-TEST(TuningTable, SixTabsOfConsistentSlidersWithTheSpotCheckedRows) {
+TEST(TuningTable, SixTabsOfConsistentSliders) {
     const ExplorerSettings fresh;
     std::vector<std::string> tabNames;
-    std::map<std::string, std::string> tabOf;  // by slider title
+    std::set<std::string> titles;
     std::vector<TuningTarget> edited;
     for (const TuningTab& tab : kTabs) {
         tabNames.push_back(tab.name);
         for (const TuningSliderSpec& s : tab.sliders) {
             SCOPED_TRACE(s.title);
-            tabOf[s.title] = tab.name;
+            titles.insert(s.title);
             for (const TuningTarget& t : edited)
                 EXPECT_FALSE(t.kind == s.target.kind && t.shading == s.target.shading && t.sound == s.target.sound);
             edited.push_back(s.target);
@@ -72,11 +52,7 @@ TEST(TuningTable, SixTabsOfConsistentSlidersWithTheSpotCheckedRows) {
     EXPECT_EQ(tabNames, (std::vector<std::string>{"COLOR", "DISTANCE ESTIMATION", "GLOW", "TRAPS", "RELIEF",
                                                   "SOUND"}));
     EXPECT_EQ(edited.size(), 25u);
-    EXPECT_EQ(tabOf.size(), edited.size());  // titles are unique
-    for (const Row& row : kRows) {  // the default bit for bit: EDGE CALM is the float 0.6
-        const TuningSliderSpec& s = find(std::get<1>(row));
-        EXPECT_EQ(Row(tabOf[s.title], s.title, s.range.lower, s.range.upper, s.isLog, s.defaultValue, s.formatPattern), row);
-    }
+    EXPECT_EQ(titles.size(), edited.size());  // titles are unique
 }
 
 // Formats agree with printf in the C locale on rounding and signs, and stay so under a
@@ -107,9 +83,6 @@ TEST(TuningHelpCard, FourLinesInTheSlidersOwnFormat) {
               (std::vector<std::string>{"How dark the shaded side gets.", "Range -0.30 to +0.30; default +0.00.",
                                         "Up: lighter shadows.", "Down: deeper shadows."}));
     EXPECT_EQ(tuningHelpLines(find("DRAMA"))[1], "Range 0% to 100%; default 59%.");
-    EXPECT_EQ(tuningHelpLines(find("SPEED"))[0],
-              "How fast ANIMATE cycles the colors, and how long Record Animation lasts. Only active while ANIMATE "
-              "is on.");
     TuningSliderSpec bare = find("HEIGHT");
     bare.up.clear();
     bare.down.clear();
@@ -128,13 +101,10 @@ struct TrackCase {
 TEST(TuningTrack, MapsValuesToPositionsAndBack) {
     const TrackCase cases[] = {
         {"FREQUENCY", 0.894427191, 0.5, 1e-9},  // half travel is the geometric mean
-        {"FREQUENCY", 2.0, 0.6836, 5e-5},
         {"FREQUENCY", 0.05, 0.0, 0},            // under a logarithmic slider's lower end
-        {"FREQUENCY", -1.0, 0.0, 0},
         {"FREQUENCY", 9.0, 1.0, 0},
         {"THICKNESS", 2.0, 0.5, 1e-15},
         {"THICKNESS", -5.0, 0.0, 0},
-        {"SHADOW", 0.0, 0.5, 1e-15},
         {"DRAMA", 150.0, 1.0, 0},
     };
     for (const TrackCase& c : cases) {
@@ -159,7 +129,6 @@ TEST(TuningTrack, StepsAreATwentiethOfTheTravelAndGeometricOnLogSliders) {
 
 TEST(TuningEntry, TitleMessageAndWhatIsANumber) {
     EXPECT_EQ(capitalizedTitle("EDGE CALM"), "Edge Calm");
-    EXPECT_EQ(capitalizedTitle("FREQUENCY"), "Frequency");
     EXPECT_EQ(tuningEntryMessage(find("FREQUENCY")), "Enter a value from 0.10 to 8.00.");
     EXPECT_EQ(tuningEntryMessage(find("SHADOW")), "Enter a value from -0.30 to +0.30.");
     const struct {

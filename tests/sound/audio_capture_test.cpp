@@ -23,18 +23,16 @@ TEST(FrameChunker, CutsAnyPiecesIntoWholeBuffers) {
     FrameChunker chunker(2048);
     std::vector<float> out;
     int buffers = 0;
-    std::size_t at = 0;
-    for (std::size_t piece : {3u, 5u, 8189u, 1u, 4096u, 12000u}) {
-        chunker.push(bytes + at, piece, [&](const float* s) {
-            ++buffers;
-            out.insert(out.end(), s, s + 2048);
-        });
-        at += piece;
-    }
-    chunker.push(bytes + at, total - at, [&](const float* s) {
+    const auto collect = [&](const float* s) {
         ++buffers;
         out.insert(out.end(), s, s + 2048);
-    });
+    };
+    std::size_t at = 0;
+    for (std::size_t piece : {3u, 5u, 8189u, 1u, 4096u, 12000u}) {
+        chunker.push(bytes + at, piece, collect);
+        at += piece;
+    }
+    chunker.push(bytes + at, total - at, collect);
     EXPECT_EQ(buffers, 3);
     ASSERT_EQ(out.size(), 3u * 2048);
     EXPECT_EQ(0, std::memcmp(out.data(), stream.data(), out.size() * sizeof(float)));

@@ -1,7 +1,6 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
-#include <limits>
 
 #include "sound/sound_mapping.h"
 
@@ -63,13 +62,9 @@ TEST(SoundTick, LongSilenceSettlesAtNeutralButKeepsThePitchTerm) {
 }
 
 TEST(SoundTick, NonFiniteTuningLeavesTheTermsAlone) {
-    SoundTuning t;
-    t.spin = std::numeric_limits<double>::infinity();
-    t.hue = std::numeric_limits<double>::quiet_NaN();
-    t.glowBoost = std::numeric_limits<double>::infinity();
-    t.shockwave = -std::numeric_limits<double>::infinity();
-    const SoundState s = soundTick(kExcited, kLoud, t, kTick);
-    EXPECT_EQ(s, kExcited);
+    const SoundTuning t{
+        .spin = INFINITY, .hue = NAN, .glowBoost = INFINITY, .shockwave = -INFINITY};
+    EXPECT_EQ(soundTick(kExcited, kLoud, t, kTick), kExcited);
 }
 
 TEST(VocalPitchPosition, IsLogarithmicOver80To1000Hz) {
