@@ -372,18 +372,6 @@ TEST_F(CliBookmark, FilesAndLinksThatDoNotReadFailWithOneLineSayingWhy) {
     EXPECT_EQ(run({"link", "a.json", "b.json"}).status, 2);
 }
 
-// The mean difference per channel of two pictures over the first one's size.
-double meanDifference(const QImage& a, const QImage& b) {
-    double sum = 0;
-    for (int y = 0; y < a.height(); ++y)
-        for (int x = 0; x < a.width(); ++x) {
-            const QRgb p = a.pixel(x, y), q = b.pixel(x, y);
-            sum += std::abs(qRed(p) - qRed(q)) + std::abs(qGreen(p) - qGreen(q)) +
-                   std::abs(qBlue(p) - qBlue(q));
-        }
-    return sum / (a.width() * a.height() * 3);
-}
-
 // One cycle at speed 0.5 of an odd-sized picture: round(30 / 0.5) = 60 frames of H.264 at 30
 // fps, the even part of the picture from the top-left, whose first frame is the picture the
 // render command makes with the same options.
@@ -403,7 +391,7 @@ TEST_F(CliTest, RecordsOnePaletteCycleOfWhatRenderWouldMake) {
     const auto differenceTo = [&](const char* phase) {
         const QString still = path("still.png");
         EXPECT_EQ(run(QStringList{"render", "--phase", phase, "-o", still} + look).status, 0);
-        return meanDifference(frames[0], QImage(still));
+        return test::meanDifference(frames[0], QImage(still));
     };
     const double own = differenceTo("0"), next = differenceTo("0.0166667");
     EXPECT_LT(own, 4.0);
@@ -428,7 +416,7 @@ TEST_F(CliTest, SupersampledPostersAreThePlainViewSampledFourTimes) {
     EXPECT_TRUE(render("2", "two.png").contains(", 4 samples a pixel)\n"));
     const QImage plain(path("plain.png")), poster(path("two.png"));
     ASSERT_EQ(poster.size(), plain.size());
-    const double difference = meanDifference(poster, plain);
+    const double difference = test::meanDifference(poster, plain);
     EXPECT_GT(difference, 0.0);
     EXPECT_LT(difference, 1.5);
 }
