@@ -57,26 +57,15 @@ TEST(RemoteManifest, RefusesWhatDoesNotDecode) {
             {"name": "x", "file": "x", "xmin": "0", "xmax": 1, "swatch": []}]}]})"));
 }
 
+// Only the low 24 bits count, and short numbers are the low bits; anything else is grey,
+// including a number beyond 64 bits.
 TEST(RemoteManifest, SwatchStopsReadAsHexadecimalColours) {
-    const aColor orange{1.0, 128 / 255.0, 0.0};
-    const aColor grey{0.5, 0.5, 0.5};
-    const std::pair<const char*, aColor> cases[] = {
-        {"#ff8000", orange},
-        {"ff8000", orange},
-        {"#FF8000", orange},
-        {"#12ff8000", orange},        // only the low 24 bits count
-        {"80", {0, 0, 128 / 255.0}},  // short numbers are the low bits
-        {"##ff8000", grey},
-        {"#", grey},
-        {"", grey},
-        {"ff 8000", grey},
-        {"0xff8000", grey},
-        {"orange", grey},
-        {"-ff8000", grey},
-        {"#ff8000ff8000ff800", grey},  // beyond 64 bits
-    };
-    for (const auto& [stop, colour] : cases)
-        EXPECT_EQ(swatchColor(QString::fromUtf8(stop)), colour) << stop;
+    for (const char* stop : {"#ff8000", "ff8000", "#FF8000", "#12ff8000"})
+        EXPECT_EQ(swatchColor(QString::fromUtf8(stop)), (aColor{1.0, 128 / 255.0, 0.0})) << stop;
+    EXPECT_EQ(swatchColor(u"80"_s), (aColor{0, 0, 128 / 255.0}));
+    for (const char* stop :
+         {"##ff8000", "#", "", "ff 8000", "0xff8000", "orange", "-ff8000", "#ff8000ff8000ff800"})
+        EXPECT_EQ(swatchColor(QString::fromUtf8(stop)), (aColor{0.5, 0.5, 0.5})) << stop;
 }
 
 // Escapes in the origin's path stay escapes, one level deep, in every address made from it; an
