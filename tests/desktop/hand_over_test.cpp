@@ -1,4 +1,7 @@
 #include <gtest/gtest.h>
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <unistd.h>
 
 #include <QLocalServer>
 #include <QLocalSocket>
@@ -6,9 +9,6 @@
 #include <QTemporaryDir>
 #include <QTest>
 #include <QtEndian>
-#include <sys/socket.h>
-#include <sys/un.h>
-#include <unistd.h>
 
 #include "app/hand_over_frame.h"
 #include "app/single_instance.h"
@@ -34,7 +34,8 @@ TEST(HandOverFrame, RoundTripsAndIsIncompleteUntilTheLastByte) {
         const QByteArray frame = encodeHandOverFrame(sent);
         HandOverMessage got;
         for (qsizetype n = 0; n < frame.size(); ++n)
-            ASSERT_EQ(readHandOverFrame(frame.first(n), &got), HandOverFrameStatus::incomplete) << n;
+            ASSERT_EQ(readHandOverFrame(frame.first(n), &got), HandOverFrameStatus::incomplete)
+                << n;
         ASSERT_EQ(readHandOverFrame(frame, &got), HandOverFrameStatus::complete);
         EXPECT_EQ(got.link, sent.link);
         EXPECT_EQ(got.activationToken, sent.activationToken);
@@ -48,13 +49,14 @@ TEST(HandOverFrame, RefusesWhatCannotBecomeAFrame) {
         QByteArray("GSH2") + header(1).sliced(4) + "a",  // another protocol version
         header(kHandOverMaxPayload + 1),                 // a length above the bound
         header(0xffffffffu),
-        valid + "!",                                     // bytes after the frame
-        header(5) + QByteArray("x\0a b", 5),             // a token with a blank
-        header(4) + QByteArray("x\0\x01\x02", 4),        // a token with control bytes
+        valid + "!",                               // bytes after the frame
+        header(5) + QByteArray("x\0a b", 5),       // a token with a blank
+        header(4) + QByteArray("x\0\x01\x02", 4),  // a token with control bytes
     };
     for (const QByteArray& bytes : cases) {
         HandOverMessage got;
-        EXPECT_EQ(readHandOverFrame(bytes, &got), HandOverFrameStatus::invalid) << bytes.toHex().constData();
+        EXPECT_EQ(readHandOverFrame(bytes, &got), HandOverFrameStatus::invalid)
+            << bytes.toHex().constData();
     }
 }
 
@@ -91,35 +93,33 @@ protected:
     }
 };
 
+// A socket file left by a crash (bound, then gone without removing it) is cleared; later starts
+// hand their link to the first, and a start without a link only brings the window forward.
 TEST_F(HandOver, LaterStartsHandTheirLinkToTheFirst) {
-    startFirst();
-    const QString link = QStringLiteral("glimmerscape://bookmark?v=1&name=Seahorse");
-    EXPECT_EQ(startAnother(link, "token-1"), SingleInstance::Outcome::handedOver);
-    EXPECT_EQ(startAnother(QString()), SingleInstance::Outcome::handedOver);
-    ASSERT_EQ(activations.size(), 2);
-    EXPECT_EQ(activations[0][0].toByteArray(), "token-1");
-    ASSERT_EQ(links.size(), 1);  // a start without a link only brings the window forward
-    EXPECT_EQ(links[0][0].toString(), link);
-}
-
-TEST_F(HandOver, ASocketLeftByACrashIsCleared) {
     const int fd = ::socket(AF_UNIX, SOCK_STREAM, 0);
     sockaddr_un address{};
     address.sun_family = AF_UNIX;
     const QByteArray name = QFile::encodeName(path);
     std::copy(name.begin(), name.end(), address.sun_path);
     ASSERT_EQ(::bind(fd, reinterpret_cast<sockaddr*>(&address), sizeof address), 0);
-    ::close(fd);  // bound, then gone without removing the file, as after a crash
+    ::close(fd);
 
     startFirst();
-    EXPECT_EQ(startAnother(QStringLiteral("glimmerscape://x")), SingleInstance::Outcome::handedOver);
+    const QString link = QStringLiteral("glimmerscape://bookmark?v=1&name=Seahorse");
+    EXPECT_EQ(startAnother(link, "token-1"), SingleInstance::Outcome::handedOver);
+    EXPECT_EQ(startAnother(QString()), SingleInstance::Outcome::handedOver);
+    ASSERT_EQ(activations.size(), 2);
+    EXPECT_EQ(activations[0][0].toByteArray(), "token-1");
+    ASSERT_EQ(links.size(), 1);
+    EXPECT_EQ(links[0][0].toString(), link);
 }
 
 TEST_F(HandOver, WithoutAnAnswerTheStartRunsAlone) {
     QLocalServer mute;  // alive, but never reads
     ASSERT_TRUE(mute.listen(path));
     answerMs = 200;
-    EXPECT_EQ(startAnother(QStringLiteral("glimmerscape://x")), SingleInstance::Outcome::standalone);
+    EXPECT_EQ(startAnother(QStringLiteral("glimmerscape://x")),
+              SingleInstance::Outcome::standalone);
     EXPECT_EQ(SingleInstance(QString()).start(QString()), SingleInstance::Outcome::standalone);
 }
 
@@ -146,7 +146,8 @@ TEST_F(HandOver, HostileSendersAreCutOffAndTheReceiverStaysWell) {
     const std::pair<const char*, QByteArray> senders[] = {
         {"another protocol", "GET / HTTP/1.1\r\n\r\n"},
         {"huge length", header(0x7fffffffu)},
-        {"bytes after the frame", encodeHandOverFrame({QStringLiteral("glimmerscape://z"), {}}) + "more"},
+        {"bytes after the frame",
+         encodeHandOverFrame({QStringLiteral("glimmerscape://z"), {}}) + "more"},
         {"half a frame, then silence", header(100) + "half of it"},
         {"silence", QByteArray()}};
     for (const auto& [what, bytes] : senders) {
@@ -155,11 +156,13 @@ TEST_F(HandOver, HostileSendersAreCutOffAndTheReceiverStaysWell) {
         connectRaw(hostile);
         hostile.write(bytes);
         hostile.flush();
-        EXPECT_TRUE(QTest::qWaitFor([&] { return hostile.state() == QLocalSocket::UnconnectedState; }, 3000));
+        EXPECT_TRUE(QTest::qWaitFor(
+            [&] { return hostile.state() == QLocalSocket::UnconnectedState; }, 3000));
         EXPECT_EQ(hostile.read(1), QByteArray());  // never acknowledged
     }
     EXPECT_EQ(activations.size(), 0);
-    EXPECT_EQ(startAnother(QStringLiteral("glimmerscape://y")), SingleInstance::Outcome::handedOver);
+    EXPECT_EQ(startAnother(QStringLiteral("glimmerscape://y")),
+              SingleInstance::Outcome::handedOver);
 }
 
 }  // namespace

@@ -45,19 +45,22 @@ private:
 // The movie's frames decoded by FFmpeg with the colour matrix and range the movie is tagged with,
 // as pictures of `size`.
 inline std::vector<QImage> decodeMovie(const QString& path, QSize size) {
-    const QByteArray raw = runProgram("ffmpeg", {"-v", "error", "-i", path, "-sws_flags", "bicubic+accurate_rnd+full_chroma_int",
-                                                 "-f", "rawvideo", "-pix_fmt", "rgb24", "-"});
+    const QByteArray raw = runProgram(
+        "ffmpeg", {"-v", "error", "-i", path, "-sws_flags", "bicubic+accurate_rnd+full_chroma_int",
+                   "-f", "rawvideo", "-pix_fmt", "rgb24", "-"});
     const qsizetype bytes = qsizetype(size.width()) * size.height() * 3;
     std::vector<QImage> frames;
     for (qsizetype at = 0; at + bytes <= raw.size(); at += bytes)
-        frames.push_back(QImage(reinterpret_cast<const uchar*>(raw.constData() + at), size.width(), size.height(),
-                                size.width() * 3, QImage::Format_RGB888).convertToFormat(QImage::Format_RGBX8888));
+        frames.push_back(QImage(reinterpret_cast<const uchar*>(raw.constData() + at), size.width(),
+                                size.height(), size.width() * 3, QImage::Format_RGB888)
+                             .convertToFormat(QImage::Format_RGBX8888));
     return frames;
 }
 
 // Mean absolute difference per colour channel over the area of `a`.
 inline double meanDifference(const QImage& a, const QImage& b) {
-    const QImage x = a.convertToFormat(QImage::Format_RGBX8888), y = b.convertToFormat(QImage::Format_RGBX8888);
+    const QImage x = a.convertToFormat(QImage::Format_RGBX8888),
+                 y = b.convertToFormat(QImage::Format_RGBX8888);
     double sum = 0;
     for (int row = 0; row < x.height(); ++row)
         for (int i = 0; i < 4 * x.width(); ++i)

@@ -1,8 +1,9 @@
+#include "export/image_export.h"
+
 #include <gtest/gtest.h>
 
 #include <QImageReader>
 
-#include "export/image_export.h"
 #include "export_test_support.h"
 
 namespace gs {
@@ -13,17 +14,19 @@ class ImageExport : public test::PrivateTempDir {};
 QImage picture(int w, int h, std::uint8_t seed) {
     QImage image(w, h, QImage::Format_RGBX8888);
     for (int y = 0; y < h; ++y)
-        for (int x = 0; x < w; ++x) image.setPixelColor(x, y, QColor((x * 7 + seed) % 256, (y * 13) % 256, seed));
+        for (int x = 0; x < w; ++x)
+            image.setPixelColor(x, y, QColor((x * 7 + seed) % 256, (y * 13) % 256, seed));
     return image;
 }
 
 QDateTime at(qint64 ms) { return QDateTime::fromMSecsSinceEpoch(ms, Qt::UTC); }
 
+// Whole seconds toward zero, not down.
 TEST(ImageExportName, IsTheWholeSecondsSince1970) {
-    EXPECT_EQ(imageExportFileName(at(1'700'000'000'000)), "Glimmerscape-1700000000.png");
-    EXPECT_EQ(imageExportFileName(at(1'700'000'000'999)), "Glimmerscape-1700000000.png");
-    EXPECT_EQ(imageExportFileName(at(0)), "Glimmerscape-0.png");
-    EXPECT_EQ(imageExportFileName(at(-1'500)), "Glimmerscape--1.png");  // toward zero, not down
+    for (const auto& [ms, name] : {std::pair{1'700'000'000'999, "Glimmerscape-1700000000.png"},
+                                   {0, "Glimmerscape-0.png"},
+                                   {-1'500, "Glimmerscape--1.png"}})
+        EXPECT_EQ(imageExportFileName(at(ms)), QLatin1String(name));
 }
 
 // The file holds the picture at its pixel size; a second export within the same second gets

@@ -1,5 +1,6 @@
-#include <gtest/gtest.h>
+#include "export/movie_encoder.h"
 
+#include <gtest/gtest.h>
 #include <hwy/targets.h>
 
 #include <cmath>
@@ -7,7 +8,6 @@
 #include <random>
 #include <vector>
 
-#include "export/movie_encoder.h"
 #include "export/recording.h"
 #include "palette_movie_support.h"
 
@@ -40,12 +40,14 @@ TEST(YuvConverter, EveryTargetRoundsTheExactConversion) {
                     double r = 0, g = 0, b = 0;
                     for (int dy = 0; dy < step; ++dy)
                         for (int dx = 0; dx < step; ++dx) {
-                            const std::uint8_t* px = &bgra[((y * step + dy) * kW + x * step + dx) * 4];
+                            const std::uint8_t* px =
+                                &bgra[((y * step + dy) * kW + x * step + dx) * 4];
                             b += px[0], g += px[1], r += px[2];
                         }
                     const double n = step * step, want = exact(r / n, g / n, b / n, p);
                     const std::uint8_t got = out.plane(p)[y * out.stride(p) + x];
-                    ASSERT_LE(std::abs(got - want), 0.51) << hwy::TargetName(target) << " plane " << p << " at " << x << "," << y;
+                    ASSERT_LE(std::abs(got - want), 0.51)
+                        << hwy::TargetName(target) << " plane " << p << " at " << x << "," << y;
                     bytes.push_back(got);
                 }
         EXPECT_TRUE(results.empty() || bytes == results.front()) << hwy::TargetName(target);
@@ -70,8 +72,8 @@ TEST(MovieFrameMaker, MakesTheWholeFrameConvertedBandByBand) {
         maker.make(i, banded);
         for (int p = 0; p < 3; ++p)
             for (int y = 0; y < (p ? 37 : 74); ++y)
-                ASSERT_EQ(0, std::memcmp(whole.plane(p) + y * whole.stride(p), banded.plane(p) + y * banded.stride(p),
-                                         p ? 40 : 80))
+                ASSERT_EQ(0, std::memcmp(whole.plane(p) + y * whole.stride(p),
+                                         banded.plane(p) + y * banded.stride(p), p ? 40 : 80))
                     << "frame " << i << " plane " << p << " row " << y;
     }
 }

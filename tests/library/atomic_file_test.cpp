@@ -1,8 +1,9 @@
 // Whole-file writes: regular files are replaced in one step; FIFOs and devices are written in
 // place and never replaced; folders and missing folders are refused with a reason.
-#include <gtest/gtest.h>
+#include "library/atomic_file.h"
 
 #include <fcntl.h>
+#include <gtest/gtest.h>
 #include <poll.h>
 #include <signal.h>
 #include <sys/resource.h>
@@ -16,7 +17,6 @@
 #include <tuple>
 #include <vector>
 
-#include "library/atomic_file.h"
 #include "library_test_support.h"
 
 namespace gs {
@@ -33,7 +33,7 @@ QByteArray drainFifo(int fd) {
         const ssize_t n = ::read(fd, buffer, sizeof buffer);
         if (n > 0) got.append(buffer, n), tries = 0;
         if (n == 0 && !got.isEmpty()) break;  // the writer closed it
-        if (n == 0) ::usleep(10000);  // no writer yet
+        if (n == 0) ::usleep(10000);          // no writer yet
     }
     return got;
 }
@@ -65,9 +65,13 @@ TEST(AtomicFile, ReadsAtMostOneByteBeyondTheLimit) {
     QTemporaryDir dir;
     const QString path = dir.filePath("f");
     const QByteArray big(200 * 1024, 'x');
-    for (const auto& [size, limit, skip, expected] :
-         {std::tuple{0, 10, 0, 0}, {10, 10, 0, 10}, {11, 10, 0, 11}, {200 * 1024, 150 * 1024, 0, 150 * 1024 + 1},
-          {200 * 1024, 300 * 1024, 0, 200 * 1024}, {20, 10, 5, 11}, {15, 10, 5, 10}}) {
+    for (const auto& [size, limit, skip, expected] : {std::tuple{0, 10, 0, 0},
+                                                      {10, 10, 0, 10},
+                                                      {11, 10, 0, 11},
+                                                      {200 * 1024, 150 * 1024, 0, 150 * 1024 + 1},
+                                                      {200 * 1024, 300 * 1024, 0, 200 * 1024},
+                                                      {20, 10, 5, 11},
+                                                      {15, 10, 5, 10}}) {
         ASSERT_TRUE(writeFileAtomically(path, big.first(size)));
         QFile file(path);
         ASSERT_TRUE(file.open(QIODevice::ReadOnly));
@@ -98,7 +102,8 @@ TEST(AtomicFile, ReplacesRegularFilesAndRefusesWhatItCannotWrite) {
     QString why;
     EXPECT_FALSE(writeFileAtomically(dir.path(), "x", &why));
     EXPECT_EQ(why.toStdString(), "it is a folder");
-    EXPECT_FALSE(writeFileAtomically(dir.filePath(QStringLiteral("no/such/folder/b.txt")), "x", &why));
+    EXPECT_FALSE(
+        writeFileAtomically(dir.filePath(QStringLiteral("no/such/folder/b.txt")), "x", &why));
     EXPECT_FALSE(why.isEmpty());
 }
 

@@ -35,7 +35,8 @@ private:
     QTemporaryDir dir_;
 };
 
-PrivateHome* const home = static_cast<PrivateHome*>(::testing::AddGlobalTestEnvironment(new PrivateHome));
+PrivateHome* const home =
+    static_cast<PrivateHome*>(::testing::AddGlobalTestEnvironment(new PrivateHome));
 
 }  // namespace
 
@@ -48,7 +49,8 @@ Bookmark sampleBookmark(const QString& name) {
     b.xmax = -0.7400000000000001;
     b.ymin = 0.1;
     b.ymax = 0.1075;
-    for (int i = 0; i < 256; ++i) b.paletteColors.colors.push_back({i / 255.0, (255 - i) / 255.0, (i * 7 % 256) / 255.0});
+    for (int i = 0; i < 256; ++i)
+        b.paletteColors.colors.push_back({i / 255.0, (255 - i) / 255.0, (i * 7 % 256) / 255.0});
     b.demEnabled = b.reliefEnabled = b.trapsEnabled = true;
     b.reliefLightRawX = -0.5;
     b.reliefLightRawY = 1e-05;

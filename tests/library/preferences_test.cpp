@@ -1,3 +1,5 @@
+#include "library/preferences.h"
+
 #include <gtest/gtest.h>
 
 #include <QDir>
@@ -8,18 +10,21 @@
 #include <clocale>
 #include <limits>
 
-#include "library/preferences.h"
 #include "library/tuning_json.h"
 #include "library_test_support.h"
 
 namespace gs {
 namespace {
 
+using namespace Qt::StringLiterals;
+
 // Each test has its own settings file, written as text the way a new process reads it.
 class Preferences : public ::testing::Test {
 protected:
     QString path() const { return dir_.filePath(QStringLiteral("glimmerscape.conf")); }
-    LoadedPreferences load(const ShadingTuningCheck& check = {}) { return PreferencesStore(path()).load(check); }
+    LoadedPreferences load(const ShadingTuningCheck& check = {}) {
+        return PreferencesStore(path()).load(check);
+    }
     QTemporaryDir dir_;
 };
 
@@ -28,29 +33,24 @@ TEST_F(Preferences, FirstLaunchReadsDefaultsAndWritesNothing) {
     EXPECT_FALSE(p.advancedMode || p.animationSpeed || p.shadingTuning || p.soundTuning);
     EXPECT_FALSE(QFile::exists(path()));
     PreferencesStore().setLibraryUrl(QStringLiteral("https://example.org/"));
-    EXPECT_TRUE(QFile::exists(test::testHome() + QStringLiteral("/.config/glimmerscape/glimmerscape.conf")));
+    EXPECT_TRUE(QFile::exists(test::testHome() +
+                              QStringLiteral("/.config/glimmerscape/glimmerscape.conf")));
 }
 
 TEST_F(Preferences, AStoredSpeedIsTakenOnlyFrom002To1) {
-    for (const auto& [text, speed] : {std::pair{"0.02", std::optional(0.02)}, {"1.0", 1.0}, {"0.019", std::nullopt},
-                                      {"1.5", std::nullopt}, {"nan", std::nullopt}}) {
+    for (const auto& [text, speed] : {std::pair{"0.02", std::optional(0.02)},
+                                      {"1.0", 1.0},
+                                      {"0.019", std::nullopt},
+                                      {"1.5", std::nullopt},
+                                      {"nan", std::nullopt}}) {
         test::writeAll(path(), QByteArray("[General]\nglimmerscape.animationSpeed=") + text + '\n');
         EXPECT_EQ(load().animationSpeed, speed) << text;
     }
 }
 
-TEST_F(Preferences, ATuningMissingOneKeyFallsBackWholeWhileTheOtherLoads) {
-    PreferenceValues v;
-    v.soundTuning.spin = 0.3;
-    PreferencesStore(path()).save(v);
-    QSettings(path(), QSettings::IniFormat)
-        .setValue(QStringLiteral("glimmerscape.shadingTuning"), encodeShadingTuning({}).replace(R"("curve":1,)", ""));
-    const LoadedPreferences p = load();
-    EXPECT_FALSE(p.shadingTuning);
-    EXPECT_EQ(p.soundTuning->spin, 0.3);
-}
-
-TEST_F(Preferences, TuningsOutsideTheSliderRangesLoadAsTheyAreUnlessTheColouringRefuses) {
+// Tunings outside the sliders' ranges load as they are unless the colouring refuses them; one
+// missing a key falls back whole while the other loads.
+TEST_F(Preferences, TuningsLoadAsStoredUnlessRefusedOrIncomplete) {
     PreferenceValues v;
     v.shadingTuning.curve = -40;
     v.soundTuning.sensitivity = 1e9;
@@ -58,6 +58,12 @@ TEST_F(Preferences, TuningsOutsideTheSliderRangesLoadAsTheyAreUnlessTheColouring
     EXPECT_EQ(load().shadingTuning, v.shadingTuning);
     EXPECT_EQ(load().soundTuning, v.soundTuning);
     EXPECT_FALSE(load([](const ShadingTuning& t) { return t.curve > 0; }).shadingTuning);
+    QSettings(path(), QSettings::IniFormat)
+        .setValue(u"glimmerscape.shadingTuning"_s,
+                  encodeShadingTuning({}).replace(R"("curve":1,)", ""));
+    const LoadedPreferences p = load();
+    EXPECT_FALSE(p.shadingTuning);
+    EXPECT_EQ(p.soundTuning, v.soundTuning);
 }
 
 TEST_F(Preferences, SaveWritesLocaleFreeTextAndSkipsOnlyATuningItCannotEncode) {
@@ -70,8 +76,10 @@ TEST_F(Preferences, SaveWritesLocaleFreeTextAndSkipsOnlyATuningItCannotEncode) {
     QLocale::setDefault(QLocale::c());
 
     const QByteArray text = test::readAll(path());
-    EXPECT_TRUE(text.contains("glimmerscape.animationSpeed=0.30000000000000004")) << text.constData();
-    EXPECT_TRUE(text.contains(R"(@ByteArray({\"sensitivity\":1,\"spin\":0.12,\"hue\":1,\"glowBoost\":2.5,\"shockwave\":0.6,\"response\":1}))"));
+    EXPECT_TRUE(text.contains("glimmerscape.animationSpeed=0.30000000000000004"))
+        << text.constData();
+    EXPECT_TRUE(text.contains(
+        R"(@ByteArray({\"sensitivity\":1,\"spin\":0.12,\"hue\":1,\"glowBoost\":2.5,\"shockwave\":0.6,\"response\":1}))"));
     const LoadedPreferences p = load();
     EXPECT_TRUE(p.advancedMode);
     EXPECT_EQ(p.animationSpeed, v.animationSpeed);
@@ -97,23 +105,29 @@ TEST_F(Preferences, AnEmptyLockLeftByAKilledWriteIsTakenOverAtOnce) {
 // file (a folder in its place).
 TEST_F(Preferences, DamagedSettingsReadAsDefaults) {
     const QByteArray texts[] = {
-        QByteArray("\x7f" "ELF\x02\x01\x01\0\0\0\xff\xfe[General\n\0\0=\x80\x81", 21),
+        QByteArray("\x7f"
+                   "ELF\x02\x01\x01\0\0\0\xff\xfe[General\n\0\0=\x80\x81",
+                   21),
         QByteArray("[General]\nglimmerscape.shadingTuning=@ByteArray(\\x\n"
                    "glimmerscape.soundTuning=@Variant(\\0\\0\\0\\x7f\\0\\0\\0\\x1\\xff)\n"
                    "glimmerscape.animationSpeed=@Variant(\\0\\0\\0\\x6\\x3\\xff\\xff)\n"),
         QByteArray()};
     for (const QByteArray& text : texts) {
-        if (text.isEmpty()) QFile::remove(path()), QDir().mkpath(path());
-        else test::writeAll(path(), text);
+        if (text.isEmpty())
+            QFile::remove(path()), QDir().mkpath(path());
+        else
+            test::writeAll(path(), text);
         const LoadedPreferences p = load();
-        EXPECT_FALSE(p.animationSpeed || p.shadingTuning || p.soundTuning) << text.toHex().constData();
+        EXPECT_FALSE(p.animationSpeed || p.shadingTuning || p.soundTuning)
+            << text.toHex().constData();
         EXPECT_TRUE(PreferencesStore(path()).windowGeometry().isEmpty());
     }
 }
 
 // Found by fuzz_settings_file: a "@Variant(" value whose stream asks for 56 GB.
 TEST_F(Preferences, AVariantAskingForGigabytesIsSetAsideNotDecoded) {
-    const QByteArray text("\nglimmerscape.animationSpeed=@Variant(\\0\\0\\0\\tionSpeed=@Variant(\\0\\0\\0\\x1)\n");
+    const QByteArray text(
+        "\nglimmerscape.animationSpeed=@Variant(\\0\\0\\0\\tionSpeed=@Variant(\\0\\0\\0\\x1)\n");
     test::writeAll(path(), text);
     EXPECT_FALSE(load().animationSpeed);
     EXPECT_EQ(test::readAll(path() + QStringLiteral(".damaged")), text);

@@ -1,54 +1,55 @@
+#include "library/remote_manifest.h"
+
 #include <gtest/gtest.h>
 
 #include <QSettings>
 
 #include "library/library_location.h"
-#include "library/remote_manifest.h"
 
 namespace gs {
 namespace {
 
+using namespace Qt::StringLiterals;
+
 TEST(RemoteManifest, DecodesEveryFieldAndTheOptionalOnes) {
-    const auto m = decodeRemotePaletteManifest(R"({"manifestVersion": 3, "extra": true, "collections": [
-        {"id": "warm", "title": "Warm", "path": "warm/", "credit": "Ada", "license": "CC0-1.0",
-         "palettes": [{"name": "Ember", "file": "Ember.map", "swatch": ["#ff8000", "000000"]}]},
+    const auto m = decodeRemotePaletteManifest(R"({"manifestVersion": 3, "extra": true,
+        "collections": [{"id": "warm", "title": "Warm", "path": "warm/", "credit": "Ada",
+            "license": "CC0-1.0", "palettes": [{"name": "Ember", "file": "Ember.map",
+            "swatch": ["#ff8000", "000000"]}]},
         {"id": "warm", "title": "Again", "path": "", "credit": null, "palettes": []}]})");
     ASSERT_TRUE(m);
     EXPECT_EQ(m->manifestVersion, 3);
     ASSERT_EQ(m->collections.size(), 2);
     const RemoteCollection& warm = m->collections[0];
-    EXPECT_EQ(warm.path, QStringLiteral("warm/"));
-    EXPECT_EQ(warm.credit, QStringLiteral("Ada"));
-    EXPECT_EQ(warm.license, QStringLiteral("CC0-1.0"));
-    EXPECT_EQ(warm.palettes[0].file, QStringLiteral("Ember.map"));
-    EXPECT_EQ(warm.palettes[0].swatch, (QStringList{QStringLiteral("#ff8000"), QStringLiteral("000000")}));
-    EXPECT_EQ(m->collections[1].credit, std::nullopt);
-    EXPECT_EQ(m->collections[1].license, std::nullopt);
+    EXPECT_EQ(warm.path + warm.credit.value_or(u""_s) + warm.license.value_or(u""_s),
+              u"warm/AdaCC0-1.0"_s);
+    EXPECT_EQ(warm.palettes[0].file, u"Ember.map"_s);
+    EXPECT_EQ(warm.palettes[0].swatch, (QStringList{u"#ff8000"_s, u"000000"_s}));
+    EXPECT_FALSE(m->collections[1].credit || m->collections[1].license);
 
     const auto b = decodeRemoteBookmarkManifest(R"({"manifestVersion": -1, "collections": [
-        {"id": "z", "title": "Z", "path": "z", "bookmarks": [
-            {"name": "Spiral", "file": "Spiral.json", "xmin": -0.75, "xmax": -0.5, "swatch": []}]}]})");
+        {"id": "z", "title": "Z", "path": "z", "bookmarks": [{"name": "Spiral",
+            "file": "Spiral.json", "xmin": -0.75, "xmax": -0.5, "swatch": []}]}]})");
     ASSERT_TRUE(b);
-    const RemoteBookmarkEntry& spiral = b->collections[0].bookmarks[0];
-    EXPECT_EQ(spiral.xmin, -0.75);
-    EXPECT_EQ(remoteBookmarkZoom(spiral), 16.0);
+    EXPECT_EQ(remoteBookmarkZoom(b->collections[0].bookmarks[0]), 16.0);
     EXPECT_EQ(remoteBookmarkZoom({{}, {}, 1.0, 1.0, {}}), 1.0);
 }
 
 TEST(RemoteManifest, RefusesWhatDoesNotDecode) {
-    for (const char* json : {"", "[]", R"({"manifestVersion": 1, "collections": [)", R"({"collections": []})",
-                             R"({"manifestVersion": 1.5, "collections": []})",
-                             R"({"manifestVersion": "1", "collections": []})",
-                             R"({"manifestVersion": 1, "collections": [7]})"})
+    for (const char* json :
+         {"", "[]", R"({"manifestVersion": 1, "collections": [)", R"({"collections": []})",
+          R"({"manifestVersion": 1.5, "collections": []})",
+          R"({"manifestVersion": "1", "collections": []})",
+          R"({"manifestVersion": 1, "collections": [7]})"})
         EXPECT_FALSE(decodeRemotePaletteManifest(json)) << json;
     // A mistyped optional key, an entry key missing, mistyped or null, a bookmark collection.
-    for (const char* fields : {R"("credit": 5, "palettes": [])",
-                               R"("palettes": [{"name": "x", "file": "x.map"}])",
-                               R"("palettes": [{"name": "x", "file": "x.map", "swatch": [255]}])",
-                               R"("palettes": [{"name": null, "file": "x.map", "swatch": []}])",
-                               R"("bookmarks": [])"}) {
+    for (const char* fields :
+         {R"("credit": 5, "palettes": [])", R"("palettes": [{"name": "x", "file": "x.map"}])",
+          R"("palettes": [{"name": "x", "file": "x.map", "swatch": [255]}])",
+          R"("palettes": [{"name": null, "file": "x.map", "swatch": []}])", R"("bookmarks": [])"}) {
         const QString json = QStringLiteral(R"({"manifestVersion": 1, "collections": [
-            {"id": "a", "title": "A", "path": "", %1}]})").arg(QLatin1String(fields));
+            {"id": "a", "title": "A", "path": "", %1}]})")
+                                 .arg(QLatin1String(fields));
         EXPECT_FALSE(decodeRemotePaletteManifest(json.toUtf8())) << fields;
     }
     EXPECT_FALSE(decodeRemoteBookmarkManifest(R"({"manifestVersion": 1, "collections": [{"id": "a",
@@ -56,48 +57,53 @@ TEST(RemoteManifest, RefusesWhatDoesNotDecode) {
             {"name": "x", "file": "x", "xmin": "0", "xmax": 1, "swatch": []}]}]})"));
 }
 
+// Only the low 24 bits count, and short numbers are the low bits; anything else is grey,
+// including a number beyond 64 bits.
 TEST(RemoteManifest, SwatchStopsReadAsHexadecimalColours) {
-    const aColor orange{1.0, 128 / 255.0, 0.0};
-    const aColor grey{0.5, 0.5, 0.5};
-    const std::pair<const char*, aColor> cases[] = {
-        {"#ff8000", orange}, {"ff8000", orange}, {"#FF8000", orange},
-        {"#12ff8000", orange},                    // only the low 24 bits count
-        {"80", {0, 0, 128 / 255.0}},              // short numbers are the low bits
-        {"##ff8000", grey}, {"#", grey},          {"", grey},
-        {"ff 8000", grey},  {"0xff8000", grey},   {"orange", grey},
-        {"-ff8000", grey},  {"#ff8000ff8000ff800", grey},  // beyond 64 bits
-    };
-    for (const auto& [stop, colour] : cases) EXPECT_EQ(swatchColor(QString::fromUtf8(stop)), colour) << stop;
+    for (const char* stop : {"#ff8000", "ff8000", "#FF8000", "#12ff8000"})
+        EXPECT_EQ(swatchColor(QString::fromUtf8(stop)), (aColor{1.0, 128 / 255.0, 0.0})) << stop;
+    EXPECT_EQ(swatchColor(u"80"_s), (aColor{0, 0, 128 / 255.0}));
+    for (const char* stop :
+         {"##ff8000", "#", "", "ff 8000", "0xff8000", "orange", "-ff8000", "#ff8000ff8000ff800"})
+        EXPECT_EQ(swatchColor(QString::fromUtf8(stop)), (aColor{0.5, 0.5, 0.5})) << stop;
 }
 
+// Escapes in the origin's path stay escapes, one level deep, in every address made from it; an
+// entry may not leave the library's folder.
 TEST(LibraryLocation, BuildsTheLibraryAddresses) {
-    const QUrl origin(QStringLiteral("https://example.org/mirror"));
-    const QUrl palettes = libraryBaseUrl(origin, LibraryKind::palettes);
-    EXPECT_EQ(palettes.toString(), QStringLiteral("https://example.org/mirror/Glimmerscape/Palettes/"));
-    EXPECT_EQ(libraryBaseUrl(QUrl(QStringLiteral("https://example.org/")), LibraryKind::bookmarks).toString(),
-              QStringLiteral("https://example.org/Glimmerscape/Bookmarks/"));
-    EXPECT_EQ(libraryManifestUrl(palettes).toString(),
-              QStringLiteral("https://example.org/mirror/Glimmerscape/Palettes/manifest.json"));
-    EXPECT_EQ(libraryEntryUrl(palettes, QStringLiteral("warm/"), QStringLiteral("Deep Sea?.map"))
-                  .toString(QUrl::FullyEncoded),
-              QStringLiteral("https://example.org/mirror/Glimmerscape/Palettes/warm/Deep%20Sea%3F.map"));
-    EXPECT_EQ(libraryEntryUrl(palettes, QString(), QStringLiteral("a.map")).path(),
-              QStringLiteral("/mirror/Glimmerscape/Palettes/a.map"));
-    // Escapes in the origin's path stay escapes, one level deep, in every address made from it.
-    const QUrl escaped = libraryBaseUrl(QUrl(QStringLiteral("https://example.org/a%2Fb%20c")), LibraryKind::palettes);
-    EXPECT_EQ(libraryManifestUrl(escaped).toString(QUrl::FullyEncoded),
-              QStringLiteral("https://example.org/a%2Fb%20c/Glimmerscape/Palettes/manifest.json"));
-    EXPECT_EQ(libraryEntryUrl(escaped, QStringLiteral("100%"), QStringLiteral("x.map")).toString(QUrl::FullyEncoded),
-              QStringLiteral("https://example.org/a%2Fb%20c/Glimmerscape/Palettes/100%25/x.map"));
-    EXPECT_FALSE(libraryEntryUrl(palettes, QStringLiteral("../.."), QStringLiteral("a.map")).isValid());
-    EXPECT_FALSE(libraryEntryUrl(palettes, QStringLiteral("warm"), QStringLiteral("..")).isValid());
+    const auto base = [](const char* origin, LibraryKind kind = LibraryKind::palettes) {
+        return libraryBaseUrl(QUrl(QString::fromLatin1(origin)), kind);
+    };
+    const QUrl palettes = base("https://example.org/mirror");
+    const QUrl escaped = base("https://example.org/a%2Fb%20c");
+    const std::pair<QUrl, const char*> cases[] = {
+        {palettes, "https://example.org/mirror/Glimmerscape/Palettes/"},
+        {base("https://example.org/", LibraryKind::bookmarks),
+         "https://example.org/Glimmerscape/Bookmarks/"},
+        {libraryManifestUrl(palettes),
+         "https://example.org/mirror/Glimmerscape/Palettes/manifest.json"},
+        {libraryEntryUrl(palettes, u"warm/"_s, u"Deep Sea?.map"_s),
+         "https://example.org/mirror/Glimmerscape/Palettes/warm/Deep%20Sea%3F.map"},
+        {libraryEntryUrl(palettes, QString(), u"a.map"_s),
+         "https://example.org/mirror/Glimmerscape/Palettes/a.map"},
+        {libraryManifestUrl(escaped),
+         "https://example.org/a%2Fb%20c/Glimmerscape/Palettes/manifest.json"},
+        {libraryEntryUrl(escaped, u"100%"_s, u"x.map"_s),
+         "https://example.org/a%2Fb%20c/Glimmerscape/Palettes/100%25/x.map"},
+        {libraryEntryUrl(palettes, u"../.."_s, u"a.map"_s), ""},
+        {libraryEntryUrl(palettes, u"warm"_s, u".."_s), ""},
+    };
+    for (const auto& [url, expected] : cases)
+        EXPECT_EQ(url.toString(QUrl::FullyEncoded), QLatin1String(expected));
 }
 
 TEST(LibraryLocation, AcceptsWebAndFileOriginsOnly) {
-    for (const char* good : {"https://example.org", "http://192.0.2.1:8080/lib", "file:///srv/share/library"})
+    for (const char* good :
+         {"https://example.org", "http://192.0.2.1:8080/lib", "file:///srv/share/library"})
         EXPECT_TRUE(parseLibraryOrigin(QString::fromUtf8(good))) << good;
-    for (const char* bad : {"", "example.org", "ftp://example.org", "https://", "https://example.org/?x=1",
-                            "https://example.org/#top", "file:relative", "javascript:alert(1)"})
+    for (const char* bad :
+         {"", "example.org", "ftp://example.org", "https://", "https://example.org/?x=1",
+          "https://example.org/#top", "file:relative", "javascript:alert(1)"})
         EXPECT_FALSE(parseLibraryOrigin(QString::fromUtf8(bad))) << bad;
 }
 
@@ -106,13 +112,14 @@ TEST(LibraryLocation, AcceptsWebAndFileOriginsOnly) {
 // Runs in the tests' private home (library_test_support.cpp), whose settings file Qt locates
 // once a process: the test clears the setting itself rather than moving the folder.
 TEST(LibraryLocation, TheEnvironmentWinsOverTheSetting) {
-    QSettings settings(QSettings::NativeFormat, QSettings::UserScope, QStringLiteral("glimmerscape"),
-                       QStringLiteral("glimmerscape"));
+    QSettings settings(QSettings::NativeFormat, QSettings::UserScope,
+                       QStringLiteral("glimmerscape"), QStringLiteral("glimmerscape"));
     settings.remove(QLatin1String(kLibraryUrlSetting));
     settings.sync();
     qunsetenv(kLibraryUrlEnvironment);
     EXPECT_EQ(configuredLibraryOrigin(), QUrl(QString::fromLatin1(kDefaultLibraryOrigin)));
-    settings.setValue(QLatin1String(kLibraryUrlSetting), QStringLiteral("file:///mnt/share/library"));
+    settings.setValue(QLatin1String(kLibraryUrlSetting),
+                      QStringLiteral("file:///mnt/share/library"));
     settings.sync();
     EXPECT_EQ(configuredLibraryOrigin(), QUrl(QStringLiteral("file:///mnt/share/library")));
     qputenv(kLibraryUrlEnvironment, "https://mirror.example.org");

@@ -11,89 +11,57 @@
 namespace gs {
 namespace {
 
-struct ReportCase {
-    int imported;
-    int rejected;
-    const char* title;
-    const char* message;
-};
+using namespace Qt::StringLiterals;
 
-TEST(PaletteTexts, ImportReportReadsRightForEveryCount) {
-    const ReportCase cases[] = {
-        {1, 0, "Imported", "1 palette added to My Palettes."},
-        {3, 0, "Imported", "3 palettes added to My Palettes."},
-        {0, 0, "Imported", "None of those files are valid 256-color .map palettes."},
-        {0, 1, "Imported 0 of 1", "That file isn't a valid 256-color .map palette."},
-        {0, 4, "Imported 0 of 4", "None of those files are valid 256-color .map palettes."},
-        {1, 1, "Imported 1 of 2", "1 palette added to My Palettes. 1 wasn't a valid 256-color .map file."},
-        {2, 3, "Imported 2 of 5", "2 palettes added to My Palettes. 3 weren't a valid 256-color .map file."},
+QString both(const AlertText& alert) { return alert.title + u'|' + alert.message; }
+
+// Alerts read as "title|message"; every count that reads differently.
+TEST(Texts, ReadRightForEveryCountAndQuoteNamesOnce) {
+    using LibraryKind::bookmarks, LibraryKind::palettes;
+    const std::pair<QString, const char*> cases[] = {
+        {both(paletteTexts::importReport(1, 0)), "Imported|1 palette added to My Palettes."},
+        {both(paletteTexts::importReport(0, 0)),
+         "Imported|None of those files are valid 256-color .map palettes."},
+        {both(paletteTexts::importReport(0, 1)),
+         "Imported 0 of 1|That file isn't a valid 256-color .map palette."},
+        {both(paletteTexts::importReport(0, 4)),
+         "Imported 0 of 4|None of those files are valid 256-color .map palettes."},
+        {both(paletteTexts::importReport(1, 1)),
+         "Imported 1 of 2|1 palette added to My Palettes. 1 wasn't a valid 256-color .map file."},
+        {both(paletteTexts::importReport(2, 3)),
+         "Imported 2 of 5|2 palettes added to My Palettes. 3 weren't a valid 256-color .map file."},
+        {both(paletteTexts::importQuestion(201)),
+         "Import 201 Palettes?|That's a lot of files at once — this will add up to 201 entries "
+         "to My Palettes and may take a moment."},
+        {paletteTexts::duplicateClash(u"Ice"_s).message, "A palette named “Ice” already exists."},
+        {both(onlineLibraryTexts::importReport(palettes, 5, 0)),
+         "Imported|5 palettes added to My Palettes."},
+        {both(onlineLibraryTexts::importReport(bookmarks, 1, 0)),
+         "Imported|1 bookmark added to My Bookmarks."},
+        {both(onlineLibraryTexts::importReport(bookmarks, 2, 0)),
+         "Imported|2 bookmarks added to My Bookmarks."},
+        {both(onlineLibraryTexts::importReport(bookmarks, 0, 4)),
+         "Imported 0 of 4|4 couldn't be downloaded — check your connection and try again."},
+        {onlineLibraryTexts::selectedCount(0), "0 SELECTED"},
+        {bookmark_texts::sidebarStatus(u"Spiral"_s, 2.5), "Spiral\n2.5×"},
+        {bookmark_texts::fullScreenStatus(QString(), 1.0),
+         "CURRENTLY VIEWING: Unsaved Location  (1.0×)"},
+        {bookmark_texts::deleteTitle(u"%1"_s), "Delete “%1”?"},
     };
-    for (const ReportCase& c : cases) {
-        EXPECT_EQ(paletteTexts::importReport(c.imported, c.rejected),
-                  (AlertText{QString::fromUtf8(c.title), QString::fromUtf8(c.message)}))
-            << c.imported << " imported, " << c.rejected << " rejected";
-    }
+    for (const auto& [text, expected] : cases) EXPECT_EQ(text, QString::fromUtf8(expected));
 }
 
-TEST(PaletteTexts, TwoHundredFilesImportWithoutAsking) {
-    EXPECT_FALSE(paletteTexts::importNeedsQuestion(0));
+TEST(PaletteTexts, TwoHundredFilesImportWithoutAskingAndPromptsTrimBlanks) {
     EXPECT_FALSE(paletteTexts::importNeedsQuestion(200));
     EXPECT_TRUE(paletteTexts::importNeedsQuestion(201));
-    EXPECT_EQ(paletteTexts::importQuestion(201),
-              (AlertText{QStringLiteral("Import 201 Palettes?"),
-                         QStringLiteral("That's a lot of files at once — this will add up to 201 entries to "
-                                        "My Palettes and may take a moment.")}));
-}
-
-TEST(PaletteTexts, AlertsQuoteTheNameInCurlyQuotesAndPromptsTrimBlanks) {
-    EXPECT_EQ(paletteTexts::duplicateClash(QStringLiteral("Ice")).message,
-              QStringLiteral("A palette named “Ice” already exists."));
-    EXPECT_EQ(paletteTexts::deleteQuestion(QStringLiteral("Ice")).title, QStringLiteral("Delete “Ice”?"));
-    EXPECT_EQ(paletteTexts::enteredName(QStringLiteral(" \tDeep Sea  ")), QStringLiteral("Deep Sea"));
-    EXPECT_EQ(paletteTexts::enteredName(QStringLiteral("  \t ")), std::nullopt);
-}
-
-struct OnlineCase {
-    LibraryKind kind;
-    int imported;
-    int failed;
-    const char* title;
-    const char* message;
-};
-
-TEST(OnlineLibraryTexts, ImportReportReadsRightForEveryCount) {
-    const OnlineCase cases[] = {
-        {LibraryKind::palettes, 1, 0, "Imported", "1 palette added to My Palettes."},
-        {LibraryKind::palettes, 5, 0, "Imported", "5 palettes added to My Palettes."},
-        {LibraryKind::bookmarks, 1, 0, "Imported", "1 bookmark added to My Bookmarks."},
-        {LibraryKind::bookmarks, 2, 0, "Imported", "2 bookmarks added to My Bookmarks."},
-        {LibraryKind::palettes, 2, 1, "Imported 2 of 3",
-         "1 couldn't be downloaded — check your connection and try again."},
-        {LibraryKind::bookmarks, 0, 4, "Imported 0 of 4",
-         "4 couldn't be downloaded — check your connection and try again."},
-    };
-    for (const OnlineCase& c : cases) {
-        EXPECT_EQ(onlineLibraryTexts::importReport(c.kind, c.imported, c.failed),
-                  (AlertText{QString::fromUtf8(c.title), QString::fromUtf8(c.message)}))
-            << c.imported << " imported, " << c.failed << " failed";
-    }
-    EXPECT_EQ(onlineLibraryTexts::selectedCount(0), QStringLiteral("0 SELECTED"));
-}
-
-TEST(BookmarkTexts, NameWhatIsOnScreenAndQuoteNamesInCurlyQuotes) {
-    using namespace bookmark_texts;
-    EXPECT_EQ(sidebarStatus(QStringLiteral("Spiral"), 2.5), QStringLiteral("Spiral\n2.5×"));
-    EXPECT_EQ(fullScreenStatus(QString(), 1.0), QStringLiteral("CURRENTLY VIEWING: Unsaved Location  (1.0×)"));
-    EXPECT_EQ(nameTakenMessage(QStringLiteral("Spiral")), QStringLiteral("A bookmark named “Spiral” already exists."));
-    EXPECT_EQ(deleteTitle(QStringLiteral("%1")), QStringLiteral("Delete “%1”?"));
-    EXPECT_EQ(addMessage(QStringLiteral("Bookmark (1)")), QStringLiteral("Save “Bookmark (1)” to My Bookmarks."));
+    EXPECT_EQ(paletteTexts::enteredName(u" \tDeep Sea  "_s), u"Deep Sea"_s);
+    EXPECT_EQ(paletteTexts::enteredName(u"  \t "_s), std::nullopt);
 }
 
 // Names are ordered and numbered through the stores (bookmark_library_test, palette_library_test).
 TEST(Names, OnlyBlanksAreTrimmed) {
-    EXPECT_EQ(trimBlanks(QStringLiteral(" \t\u00a0Spiral \u3000")), QStringLiteral("Spiral"));
-    EXPECT_EQ(trimBlanks(QStringLiteral("\nSpiral\n")), QStringLiteral("\nSpiral\n"));
-    EXPECT_TRUE(trimBlanks(QStringLiteral("  \t ")).isEmpty());
+    EXPECT_EQ(trimBlanks(u" \t\u00a0Spiral \u3000"_s), u"Spiral"_s);
+    EXPECT_EQ(trimBlanks(u"\nSpiral\n"_s), u"\nSpiral\n"_s);
 }
 
 }  // namespace
