@@ -353,7 +353,8 @@ HWY_INLINE std::size_t Screen(Span& s, std::int64_t begin, std::int64_t end) {
             }
             keep = hn::Not(inside);
         }
-        Pack(hn::Add(hn::Iota(d, 0.0), hn::Set(d, static_cast<double>(i))), keep, f.candidateIndex + count);
+        const V index = hn::Add(hn::Iota(d, 0.0), hn::Set(d, static_cast<double>(i)));
+        Pack(index, keep, f.candidateIndex + count);
         count += Pack(x, keep, f.candidateX + count);
     }
     for (; i < end; ++i) {

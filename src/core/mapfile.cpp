@@ -115,7 +115,7 @@ enum class NumberStatus { ok, notWhole, outOfRange };
 
 // A decimal integer with an optional leading + or -, fitting 64 bits.
 NumberStatus readWholeNumber(std::u32string_view field, std::int64_t& value) {
-    std::string ascii;  // a number's digits fit the string's inline buffer: no allocation
+    std::string ascii;  // a short number fits the string's inline buffer: no allocation
     for (char32_t c : field) {
         if (c > 0x7F) return NumberStatus::notWhole;
         ascii.push_back(static_cast<char>(c));
