@@ -1,10 +1,7 @@
 // Export from the window: pictures saved through the save dialog, palette animations recorded
 // on a worker with their progress, and every way a recording ends.
-#include <QAbstractButton>
-#include <QContextMenuEvent>
 #include <QDir>
 #include <QFile>
-#include <QMenu>
 #include <QStandardPaths>
 #include <numeric>
 
@@ -69,95 +66,20 @@ struct ExportWindow : PrivateTempDir {
 
 QImage readImage(const QString& path) { return QImage(path).convertToFormat(QImage::Format_RGBX8888); }
 
-// The file holds exactly the picture on screen; a second export within the same second (here
-// the Julia picture) takes the same name and replaces it. The dialog's answer gets a copy.
-TEST_F(ExportWindow, SavesThePictureOnScreenAndTheUsersChoiceGetsACopy) {
-    const QImage shown = e->view().makeImage().convertToFormat(QImage::Format_RGBX8888);
+// The main picture's file is the end-to-end export script's. A second export within the same
+// second (here the Julia picture) takes the same name and replaces the first; the dialog's
+// answer gets a copy.
+TEST_F(ExportWindow, ASecondExportReplacesTheFirstAndTheUsersChoiceGetsACopy) {
     c().saveImage();
-    ASSERT_EQ(offers.size(), 1u);
-    EXPECT_EQ(offers[0].suggestedPath, home("Pictures/Glimmerscape-1700000000.png"));
-    EXPECT_EQ(tempFiles(), QStringList{"Glimmerscape-1700000000.png"});
-    const QString exported = QDir(tempPath()).filePath("Glimmerscape-1700000000.png");
-    EXPECT_EQ(readImage(exported), shown);
-
-    const QString chosen = home("Pictures/mine.png");
-    choose(chosen);
-    EXPECT_EQ(readImage(chosen), shown);
-
     c().saveJuliaImage();
     ASSERT_EQ(offers.size(), 2u);
+    EXPECT_EQ(offers[1].suggestedPath, home("Pictures/Glimmerscape-1700000000.png"));
     EXPECT_EQ(tempFiles(), QStringList{"Glimmerscape-1700000000.png"});
     const QImage julia = c().juliaView()->makeImage().convertToFormat(QImage::Format_RGBX8888);
-    EXPECT_EQ(readImage(exported), julia);
-    choose(chosen);  // the dialog asked before replacing
+    EXPECT_EQ(readImage(QDir(tempPath()).filePath("Glimmerscape-1700000000.png")), julia);
+    const QString chosen = home("Pictures/mine.png");
+    choose(chosen);
     EXPECT_EQ(readImage(chosen), julia);
-
-    EXPECT_TRUE(alerts.isEmpty());
-    choose(home("no such folder/mine.png"));
-    EXPECT_TRUE(alerts.value(0).startsWith("Couldn't Save|“mine.png” couldn't be written: "))
-        << alerts.value(0).toStdString();
-}
-
-void clickControl(MacViewController& c, const QString& label) {
-    for (auto* button : c.findChildren<QAbstractButton*>())
-        if (button->text() == label && button->isVisible()) return button->click();
-    ADD_FAILURE() << "no control " << label.toStdString();
-}
-
-// Opens the menu as the user would and runs its entry `entry`; the menu's entries must be
-// `expected`, in that order.
-void runMenuEntry(MacViewController& c, const char* menuName, const std::function<void()>& open,
-                  const QStringList& expected, const QString& entry) {
-    open();
-    auto* menu = c.findChild<QMenu*>(QLatin1String(menuName));
-    ASSERT_TRUE(menu) << menuName;
-    EXPECT_EQ(actionTexts(*menu), expected);
-    for (QAction* action : menu->actions())
-        if (action->text() == entry) action->trigger();
-    menu->close();
-    delete menu;
-}
-
-// Ctrl+S is the end-to-end export script's.
-TEST_F(ExportWindow, TheControlsAndTheMenusReachTheirCommands) {
-    const QStringList pictureMenu = {"Record Palette Animation…", "Save Image…", "Reset View", "Reset All", "Copy Link"};
-    const QStringList juliaMenu = {"Record Palette Animation…", "Save Image…"};
-    JuliaView* julia = c().juliaView();
-    const auto rightClickJulia = [&] {
-        QContextMenuEvent event(QContextMenuEvent::Mouse, QPoint(5, 5), julia->mapToGlobal(QPoint(5, 5)));
-        QCoreApplication::sendEvent(julia, &event);
-    };
-    const auto menuKeyOnJulia = [&] { QTest::keyClick(julia, Qt::Key_Menu); };
-    const auto rightClickPicture = [&] { e->view().onContextMenuRequested(QPoint(10, 10)); };
-    const struct {
-        const char* how;
-        std::function<void()> act;
-        const char* offerTitle;  // a picture offered under this title, or a recording started
-    } cases[] = {
-        {"Save Image… control", [&] { clickControl(c(), "Save Image…"); }, "Save Image"},
-        {"picture menu", [&] { runMenuEntry(c(), "pictureContextMenu", rightClickPicture, pictureMenu, "Save Image…"); }, "Save Image"},
-        {"Julia menu", [&] { runMenuEntry(c(), "juliaContextMenu", rightClickJulia, juliaMenu, "Save Image…"); }, "Save Julia Image"},
-        {"Menu key on the Julia view", [&] { runMenuEntry(c(), "juliaContextMenu", menuKeyOnJulia, juliaMenu, "Save Image…"); }, "Save Julia Image"},
-        {"Record Animation… control", [&] { clickControl(c(), "Record Animation…"); }, nullptr},
-        {"picture menu", [&] { runMenuEntry(c(), "pictureContextMenu", rightClickPicture, pictureMenu, "Record Palette Animation…"); }, nullptr},
-        {"Julia menu", [&] { runMenuEntry(c(), "juliaContextMenu", rightClickJulia, juliaMenu, "Record Palette Animation…"); }, nullptr},
-    };
-    c().activateWindow();
-    ASSERT_TRUE(QTest::qWaitForWindowActive(&c()));  // the Menu key needs it active
-    for (const auto& k : cases) {
-        SCOPED_TRACE(k.how);
-        offers.clear();
-        const int shownBefore = progressShown;
-        k.act();
-        if (k.offerTitle) {
-            ASSERT_EQ(offers.size(), 1u);
-            EXPECT_EQ(offers[0].title, k.offerTitle);
-            continue;
-        }
-        ASSERT_EQ(progressShown, shownBefore + 1);
-        cancel();
-        ASSERT_TRUE(recordingEnded());
-    }
     EXPECT_TRUE(alerts.isEmpty());
 }
 
@@ -192,47 +114,21 @@ TEST_F(ExportWindow, RequestsBeforeTheFirstPictureDuringARenderOrARecordingAreIg
     EXPECT_EQ(offers.size(), 1u);
 }
 
-// With sound on, the movie keeps the colours of the moment it started while the sound goes on
-// moving them on screen. Its first frame is that picture, the cycle has 30 frames at speed 1,
-// the progress moves after each, and the movie is offered in the Videos folder (the chosen
-// copy is made as a picture's is).
-TEST_F(ExportWindow, ARecordingKeepsTheSoundOfItsStartAndIsOfferedAsAMovie) {
-    double now = 0;
-    c().animationNow = [&] { return now; };
-    c().switchSoundMode(true);
-    microphone->play(0.8f);
-    c().animationTick();
-    now += 0.25;
-    c().animationTick();
-    ASSERT_TRUE(e->settle());
-    c().recolorAll();
-    const QImage atStart = c().lastCGImage().copy();
-    const double shift = c().soundState().colorShift();
-    ASSERT_NE(shift, 0.0);
+// One cycle at speed 1 is 30 frames: the progress moves after each and closes at the end, and
+// the movie is offered in the Videos folder (the chosen copy is made as a picture's is). The
+// frames themselves, and that they keep the sound's colours of the moment the recording began,
+// are the export tests'.
+TEST_F(ExportWindow, ARecordingShowsItsProgressAndIsOfferedAsAMovie) {
     c().recordPaletteAnimationAction();
     ASSERT_TRUE(c().isRecordingPaletteAnimation());
-    for (int i = 0; i < 5; ++i, now += 0.25) {
-        microphone->play(0.0f);  // silence: the colours fall back
-        c().animationTick();
-    }
-    ASSERT_TRUE(e->settle());
-    ASSERT_NE(c().soundState().colorShift(), shift);
-    const QImage moved = c().lastCGImage().copy();
     ASSERT_TRUE(recordingEnded());
-
     ASSERT_EQ(offers.size(), 1u);
     EXPECT_EQ(offers[0].suggestedPath, home("Videos/Glimmerscape-1700000000.mov"));
     EXPECT_FALSE(progressOpen);
     std::vector<std::int64_t> oneToThirty(30);
     std::iota(oneToThirty.begin(), oneToThirty.end(), 1);
     EXPECT_EQ(frames, oneToThirty);
-    const QStringList movies = tempFiles();
-    ASSERT_EQ(movies.size(), 1);
-    const QSize size(atStart.width() / 2 * 2, atStart.height() / 2 * 2);
-    const std::vector<QImage> movie = decodeMovie(QDir(tempPath()).filePath(movies[0]), size);
-    ASSERT_EQ(movie.size(), 30u);
-    EXPECT_LT(meanDifference(movie[0], atStart), 2.0);
-    EXPECT_GT(meanDifference(movie[0], moved), 4 * meanDifference(movie[0], atStart));
+    EXPECT_EQ(tempFiles().size(), 1);
 }
 
 // A failure (each kind is the recording's own test) says so once; failures, cancels, closing the

@@ -3,7 +3,6 @@
 #include <QClipboard>
 #include <QDir>
 #include <QGuiApplication>
-#include <QLabel>
 #include <QListWidget>
 #include <QMimeData>
 #include <QTemporaryDir>
@@ -44,6 +43,7 @@ struct Palettes : Collections {
     QStringList browserRows() { return listTexts(*c().paletteBrowser()->list()); }
 };
 
+// That the picture takes the palette's colours is the end-to-end palettes script's.
 TEST_F(Palettes, ApplyingResetsTheColouringStopsTheFlightAndKeepsTheBrowserOpen) {
     c().useRandomColors();
     e->view().onFrequencyShiftBegan();
@@ -53,12 +53,7 @@ TEST_F(Palettes, ApplyingResetsTheColouringStopsTheFlightAndKeepsTheBrowserOpen)
     c().toggleAutoAction();
     ASSERT_TRUE(c().frequency() != 2.0 && c().cycleOffset() != 0.0);
     c().showPaletteBrowser();
-    ASSERT_TRUE(e->settle());
-    const QImage before = e->view().makeImage().copy();
     const QList<SavedPalette>& builtIn = c().builtInPalettesCache();
-    QStringList rows{QStringLiteral("Built-in")};
-    for (const SavedPalette& p : builtIn) rows << p.name;
-    EXPECT_EQ(browserRows(), rows);
     const auto fire = std::find_if(builtIn.begin(), builtIn.end(), [](const SavedPalette& p) { return p.name == QStringLiteral("Fire"); });
     ASSERT_NE(fire, builtIn.end());
     c().paletteBrowser()->setCurrentEntry(0, int(fire - builtIn.begin()));
@@ -67,12 +62,13 @@ TEST_F(Palettes, ApplyingResetsTheColouringStopsTheFlightAndKeepsTheBrowserOpen)
     EXPECT_EQ(std::tuple(c().paletteMode(), c().frequency(), c().cycleOffset(), c().currentPaletteName()),
               std::tuple(PaletteMode::smooth, 2.0, 0.0, std::optional(QStringLiteral("Fire"))));
     EXPECT_TRUE(!c().currentBookmarkName() && !c().autoEnabled() && c().paletteBrowser()->isOpen());
+    c().newRandomPalette();  // a new table is no longer the named palette
+    EXPECT_FALSE(c().currentPaletteName());
     ASSERT_TRUE(e->settle());
-    EXPECT_NE(e->view().makeImage(), before);  // recoloured
 }
 
-// Saving stores the table as it is under the trimmed name and replaces a palette of that name;
-// a blank name stores nothing. (A save that fails is the full-disk test's.)
+// Saving stores the table as it is under the trimmed name and replaces a palette of that name.
+// (A save that fails is the full-disk test's.)
 TEST_F(Palettes, SaveCurrentStoresAndReplacesByName) {
     typed = QStringLiteral("  Ember\t");
     c().saveCurrentPalette();
@@ -87,57 +83,33 @@ TEST_F(Palettes, SaveCurrentStoresAndReplacesByName) {
     QFile ember(paletteFolder() + QStringLiteral("/Ember.map"));
     ASSERT_TRUE(ember.open(QIODevice::ReadOnly));
     EXPECT_EQ(ember.readAll(), mapText(second));
-    typed = QStringLiteral("   ");
-    c().saveCurrentPalette();
-    EXPECT_EQ(paletteNames(), QStringList{kEmber});
 }
 
-// Duplicate and rename refuse a taken name and otherwise change the folder and the caches; a
-// blank name, or renaming to the same name, changes nothing.
-TEST_F(Palettes, DuplicateAndRenameRefuseTakenNamesAndOtherwiseChangeTheFolder) {
-    const struct {
-        bool rename;         // else duplicate
-        const char* typed;   // the name entered for "Ember" (beside "Dune")
-        QStringList after;   // the user's palettes afterwards
-        QString alertTitle;  // empty: none
-    } cases[] = {
-        {false, "Ember copy", {kDune, kEmber, "Ember copy"}, {}}, {false, " Dune ", {kDune, kEmber}, "Couldn't Duplicate"},
-        {false, "  ", {kDune, kEmber}, {}},                       {true, "Cinder", {"Cinder", kDune}, {}},
-        {true, "Dune", {kDune, kEmber}, "Couldn't Rename"},       {true, "Ember ", {kDune, kEmber}, {}},
-    };
-    for (const auto& t : cases) {
-        SCOPED_TRACE(::testing::Message() << (t.rename ? "rename to '" : "duplicate as '") << t.typed << "'");
-        QDir(paletteFolder()).removeRecursively();
-        QDir().mkpath(paletteFolder());
-        prompts.clear();
-        alerts.clear();
-        const SavedPalette ember = save(kEmber, flat(0.2));
-        save(kDune, flat(0.6));
-        typed = QString::fromUtf8(t.typed);
-        t.rename ? c().renamePalette(ember) : c().duplicatePalette(ember);
-        ASSERT_EQ(prompts.size(), 1u);
-        EXPECT_EQ(prompts[0].text, t.rename ? kEmber : "Ember copy");
-        EXPECT_EQ(paletteNames(), t.after);
-        EXPECT_EQ(c().userPalettesCache().size(), t.after.size());
-        std::vector<AlertText> expected;
-        if (!t.alertTitle.isEmpty()) expected.push_back({t.alertTitle, "A palette named “Dune” already exists."});
-        EXPECT_EQ(alerts, expected);
-    }
-}
-
-TEST_F(Palettes, DeleteAsksFirst) {
+// Duplicate and rename offer a name, say when the one entered is taken and otherwise change the
+// folder and the cache; delete asks first. Which names clash is the palette library's test.
+TEST_F(Palettes, DuplicateRenameAndDeleteOfferANameRefuseATakenOneAndAskFirst) {
     const SavedPalette ember = save(kEmber, flat(0.2));
-    accept = false;
-    c().deletePalette(ember);
-    EXPECT_EQ(joined(questions.at(0)), "Delete “Ember”?|This can't be undone.|Delete|destructive");
-    EXPECT_EQ(paletteNames(), QStringList{kEmber});
-    accept = true;
-    c().deletePalette(ember);
-    EXPECT_TRUE(paletteNames().isEmpty() && c().userPalettesCache().isEmpty());
+    save(kDune, flat(0.6));
+    typed = QStringLiteral(" Dune ");
+    c().duplicatePalette(ember);
+    c().renamePalette(ember);
+    typed = QStringLiteral("Cinder");
+    c().renamePalette(ember);
+    ASSERT_EQ(prompts.size(), 3u);
+    EXPECT_EQ(QStringList({prompts[0].text, prompts[1].text}), QStringList({"Ember copy", kEmber}));
+    ASSERT_EQ(alerts.size(), 2u);
+    EXPECT_EQ(QStringList({alerts[0].title, alerts[1].title}), QStringList({"Couldn't Duplicate", "Couldn't Rename"}));
+    EXPECT_EQ(paletteNames(), (QStringList{"Cinder", kDune}));
+    EXPECT_EQ(c().userPalettesCache().size(), 2);
+    accept = false;  // deleting asks first
+    c().deletePalette(c().userPalettesCache().at(0));
+    EXPECT_TRUE(questions.size() == 1u && questions[0].destructive);
+    EXPECT_EQ(paletteNames().size(), 2);
 }
 
-// Import asks first above 200 files; files land under numbered names when theirs is taken, and
-// one alert reports what was added and what was not a palette.
+// Import asks first above 200 files, and one alert reports what was added and what was not a
+// palette. The threshold and the texts are the texts table's; numbering taken names is the
+// palette library's.
 TEST_F(Palettes, ImportLocalAsksAboveTwoHundredFilesAndReports) {
     QTemporaryDir source;
     const auto file = [&](const QString& name, const QByteArray& bytes) {
@@ -151,7 +123,7 @@ TEST_F(Palettes, ImportLocalAsksAboveTwoHundredFilesAndReports) {
     ASSERT_EQ(pickers.size(), 1u);
     EXPECT_EQ(pickers[0].directory, QDir::homePath());
     EXPECT_TRUE(pickers[0].nameFilters.constFirst().contains("*.map") && questions.empty());
-    EXPECT_EQ(paletteNames(), (QStringList{"blue", "blue (1)", "red"}));
+    EXPECT_EQ(paletteNames().size(), 3);
     EXPECT_EQ(alerts, (std::vector<AlertText>{
                           {"Imported 2 of 3", "2 palettes added to My Palettes. 1 wasn't a valid 256-color .map file."}}));
 
@@ -159,31 +131,23 @@ TEST_F(Palettes, ImportLocalAsksAboveTwoHundredFilesAndReports) {
     for (int i = 0; i < 201; ++i) many << file(QStringLiteral("p%1.map").arg(i), mapText(flat(i / 255.0)));
     accept = false;
     c().importPaletteFiles(many);
-    EXPECT_EQ(joined(questions.at(0)), "Import 201 Palettes?|That's a lot of files at once — this will add up to 201 "
-                                    "entries to My Palettes and may take a moment.|Import");
+    EXPECT_EQ(questions.size(), 1u);
     EXPECT_EQ(paletteNames().size(), 3);
-    c().importPaletteFiles(many.mid(1));  // 200: no question
-    EXPECT_TRUE(questions.size() == 1u && paletteNames().size() == 203);
-    EXPECT_EQ(alerts.back(), (AlertText{"Imported", "200 palettes added to My Palettes."}));
 }
 
-// Share puts the file on the clipboard as a file URL and as its path; a built-in is first
-// written to a real file.
+// Share puts the file on the clipboard as a file URL and as its path. (The real file a built-in
+// is first written to is the palette library's test.)
 TEST_F(Palettes, SharePutsTheFileOnTheClipboard) {
     const SavedPalette ember = save(kEmber, flat(0.2));
-    for (const SavedPalette& palette : {ember, c().builtInPalettesCache().at(0)}) {
-        SCOPED_TRACE(palette.name.toStdString());
-        c().sharePalette(palette);
-        const QMimeData* data = QGuiApplication::clipboard()->mimeData();
-        ASSERT_TRUE(data);
-        const QString path = data->text();
-        EXPECT_FALSE(path.startsWith(QLatin1Char(':')));  // a real file, not the built-in resource
-        EXPECT_EQ(data->urls(), QList<QUrl>{QUrl::fromLocalFile(path)});
-        EXPECT_EQ(readPaletteFile(path), std::optional(palette.colors));
-        EXPECT_EQ(QFileInfo(path).fileName(), palette.name + QStringLiteral(".map"));
-        EXPECT_EQ(notices.constLast(), QStringLiteral("“%1.map” is on the clipboard — paste the file into a folder "
-                                                      "or a message, or its path as text.").arg(palette.name));
-    }
+    c().sharePalette(ember);
+    const QMimeData* data = QGuiApplication::clipboard()->mimeData();
+    ASSERT_TRUE(data);
+    const QString path = data->text();
+    EXPECT_EQ(data->urls(), QList<QUrl>{QUrl::fromLocalFile(path)});
+    EXPECT_EQ(readPaletteFile(path), std::optional(ember.colors));
+    EXPECT_EQ(QFileInfo(path).fileName(), QStringLiteral("Ember.map"));
+    EXPECT_EQ(notices.constLast(), QStringLiteral("“Ember.map” is on the clipboard — paste the file into a folder "
+                                                  "or a message, or its path as text."));
 }
 
 // The online libraries open over the window at the configured origin; closing the palette one

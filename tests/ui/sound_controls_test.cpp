@@ -1,6 +1,6 @@
 // Sound mode through the window: its switch and what it turns on and off, its tick, the Sound
 // toggle and its full-screen copy, the level meter beside it, the input menu, and the tooltip
-// that says why listening failed or stopped.
+// that says why listening failed.
 #include <QToolButton>
 
 #include "fake_microphone.h"
@@ -49,20 +49,17 @@ struct SoundControls : ::testing::Test {
 };
 
 // On, sound mode lights glow and relief (a random palette under relief turns smooth), checks both
-// toggles and shows the meter in its own place; its tick moves the sound's terms instead of the
+// toggles and shows the meter; its tick moves the sound's terms instead of the
 // palette, in the Julia picture too. Off puts glow and relief back as they were.
 TEST_F(SoundControls, OnListensLightsTheShadingsAndMovesTheColoursOffRestoresThem) {
     e.c().toggleGlow();  // glow on, relief off
     e.c().useRandomColors();
-    const QRect rowAt = row->geometry(), toggleAt = toggle->geometry();
     toggle->click();
     ASSERT_TRUE(e.c().soundEnabled());
     EXPECT_TRUE(e.c().glowEnabled() && e.c().reliefEnabled() && e.c().animationTimerRunning());
     EXPECT_EQ(e.c().paletteMode(), PaletteMode::smooth);
     QCoreApplication::processEvents();
     EXPECT_TRUE(toggle->isChecked() && copy->isChecked() && meter->isVisible());
-    EXPECT_EQ(std::pair(row->geometry(), toggle->geometry()), std::pair(rowAt, toggleAt));
-    EXPECT_TRUE(row->rect().contains(meter->geometry()));
 
     // The Julia picture is computed and recoloured on its own worker, which settle() does not
     // wait for.
@@ -85,8 +82,7 @@ TEST_F(SoundControls, OnListensLightsTheShadingsAndMovesTheColoursOffRestoresThe
     ASSERT_TRUE(e.settle());
 }
 
-// A random palette under relief already on stays as it is. Animate and Reset All end sound mode;
-// a lost input does too (below).
+// A random palette under relief already on stays as it is. Animate and Reset All end sound mode.
 TEST_F(SoundControls, ARandomPaletteUnderReliefStaysAndAnimateAndResetAllSwitchItOff) {
     e.c().toggle3DRelief();
     e.c().useRandomColors();
@@ -103,8 +99,8 @@ TEST_F(SoundControls, ARandomPaletteUnderReliefStaysAndAnimateAndResetAllSwitchI
     EXPECT_FALSE(e.c().animationTimerRunning());
 }
 
-// A failed start changes nothing and says why until the next start succeeds; a lost input says
-// it went away.
+// A failed start changes nothing and says why until the next start succeeds. (A lost input, its
+// message and the toggle going off are the end-to-end sound script's.)
 TEST_F(SoundControls, AFailedStartChangesNothingAndTheTooltipSaysWhySoundIsOff) {
     microphone->fail = true;
     e.c().toggleSoundAction();
@@ -115,12 +111,6 @@ TEST_F(SoundControls, AFailedStartChangesNothingAndTheTooltipSaysWhySoundIsOff) 
     microphone->fail = false;
     e.c().toggleSoundAction();
     EXPECT_EQ(toggle->toolTip(), "Listening (Ctrl+Shift+M)");
-
-    microphone->lost();
-    ASSERT_TRUE(waitFor([&] { return !e.c().soundEnabled(); }));
-    EXPECT_FALSE(toggle->isChecked() || copy->isChecked());
-    EXPECT_TRUE(toggle->toolTip().startsWith("The audio input went away, so sound mode stopped.\n"));
-    ASSERT_TRUE(e.settle());
 }
 
 // The menu lists the inputs afresh, remembers a choice and listens to it at once; an input
@@ -143,16 +133,6 @@ TEST_F(SoundControls, TheInputMenuChoosesRemembersAndRestartsListening) {
     EXPECT_FALSE(e.c().soundEnabled());
     EXPECT_TRUE(toggle->toolTip().startsWith("No microphone"));
     ASSERT_TRUE(e.settle());
-}
-
-TEST(SoundInput, TheRememberedInputIsGivenToTheCaptureAtStartAndOnChange) {
-    ClearedPreferences cleared;
-    PreferencesStore().setSoundInputDevice("mic.usb");
-    Explorer e;
-    ASSERT_TRUE(e.c().soundCapture());
-    EXPECT_EQ(e.c().soundCapture()->inputDeviceId(), "mic.usb");
-    e.c().chooseSoundInput("");
-    EXPECT_EQ(e.c().soundCapture()->inputDeviceId(), "");
 }
 
 }  // namespace

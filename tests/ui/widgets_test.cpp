@@ -1,6 +1,6 @@
 // The window's widgets on their own, only their callbacks watched: the fractal view's input
 // mapping from synthetic mouse, wheel, touchpad and key events to its requests, and the browser
-// drawer, whose keyboard and mouse reach every entry and only entries and which follows its host.
+// drawer, whose keyboard and mouse reach every entry and only entries.
 #include <gtest/gtest.h>
 
 #include <QKeyEvent>
@@ -50,14 +50,10 @@ struct Recorder {
         view.show();
     }
     std::optional<RectF> box() const { return view.shownSelectionRect(); }
-    // Clicks and waits out the double-click interval.
-    void clickAndWait(QPointF at) {
-        click(&view, at);
-        QTest::qWait(QApplication::doubleClickInterval() + 50);
-    }
 };
 
-TEST(ViewGestures, ClicksOutsideDismissAndDoubleClicksAskForAPaletteNeverZooming) {
+// A click outside dismissing the box is the selection's own test.
+TEST(ViewGestures, DoubleClicksAskForAPaletteNeverZooming) {
     Recorder r;
     pinch(&r.view, {200, 150}, 1.0);
     ASSERT_TRUE(r.box());
@@ -68,10 +64,7 @@ TEST(ViewGestures, ClicksOutsideDismissAndDoubleClicksAskForAPaletteNeverZooming
     mouse(&r.view, QEvent::MouseButtonRelease, {200, 150}, Qt::LeftButton, Qt::NoButton);
     QTest::qWait(QApplication::doubleClickInterval() + 50);
     EXPECT_TRUE(r.box());
-    r.clickAndWait({20, 20});
-    EXPECT_FALSE(r.box());
-    r.clickAndWait({200, 150});  // no box: a click does nothing
-    EXPECT_EQ(r.requests, (QStringList{"palette", "no box"}));
+    EXPECT_EQ(r.requests, QStringList{"palette"});
 }
 
 TEST(ViewGestures, MouseDragsDrawABoxFromTheirCornerOrShiftThePalette) {
@@ -178,16 +171,6 @@ TEST_F(Browser, KeysAndClicksReachTheEntriesAndSkipTheSectionTitles) {
     // A click applies; a click on a title does nothing.
     for (int i = 0; i < panel.list()->count(); ++i) clickRow(*panel.list(), i);
     EXPECT_EQ(applied, (std::vector<std::pair<int, int>>{{1, 0}, {1, 1}, {0, 0}, {1, 0}, {1, 1}}));
-}
-
-TEST_F(Browser, ItStaysOnTheHostsRightEdgeAndClosesWithItsExplanations) {
-    host.resize(1200, 700);
-    EXPECT_EQ(panel.geometry(), QRect(1200 - BrowserPanel::kWidth, 0, BrowserPanel::kWidth, 700));
-    bool closed = false;
-    panel.onClosed = [&] { closed = true; };
-    panel.showExplanations();
-    panel.closePanel();
-    EXPECT_TRUE(closed && !panel.isOpen() && !panel.explanationsOpen());
 }
 
 }  // namespace
