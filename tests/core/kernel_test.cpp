@@ -47,7 +47,6 @@ TEST(KernelScalar, InteriorPointsAndTheStepsTheyTake) {
     } cases[] = {{"cardioid", false, 255, 0, 0, 0, 0, 0},
                  {"period-2 bulb", false, 255, -1, 0, 0, 0, 0},
                  {"ceiling 0", false, 0, 2, 0, 0, 0, 0},
-                 {"ceiling -1000", false, -1000, 2, 0, 0, 0, 0},
                  {"julia ceiling 0", true, 0, 5, 5, 0, 0, 0},
                  {"nan x", false, 300, kNaN, 0, 0, 0, 300},
                  {"nan y", false, 300, 0.3, kNaN, 0, 0, 300},
@@ -78,7 +77,6 @@ TEST(KernelScalar, EscapesOnTheRightStep) {
     // Escaping on the very last permitted step stays just below the interior value.
     EXPECT_EQ(mandel(4, 2, 0).nu, 3.5);
     expectInterior(mandel(3, 2, 0), 3);
-    EXPECT_NEAR(mandel(5, 2, 0).nu, 5.0 - std::log2(std::log(1446.0)), 1e-12);
     // Escaping on the first step, off the axes, leaves a finite trap distance.
     EXPECT_EQ(iterationsFor(false, 255, 300, 200), 1u);
     EXPECT_EQ(mandel(255, 300, 200).trapDistance, 200.0);

@@ -16,8 +16,6 @@ TEST(SrgbTransfer, RoundTripsEveryByteAndAveragesInLinearLight) {
     for (int v = 0; v < 256; ++v)
         EXPECT_EQ(linearToSrgb(srgbToLinear(static_cast<std::uint8_t>(v))), v) << v;
     EXPECT_EQ(srgbToLinear(255), 1.0);
-    EXPECT_NEAR(srgbToLinear(10), 10 / 255.0 / 12.92, 1e-15);  // on the linear segment
-    EXPECT_NEAR(srgbToLinear(128), 0.2158605001138992, 1e-12);
     // Black and white mixed half and half: linear 0.5 encodes to 0.7354 (187.5 -> 188), not
     // the 128 a naive byte average gives.
     EXPECT_EQ(linearToSrgb((srgbToLinear(0) + srgbToLinear(255)) / 2), 188);

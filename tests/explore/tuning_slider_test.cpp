@@ -28,13 +28,11 @@ const TuningSliderSpec& find(std::string_view title) {
 // Every slider: a value of its own to edit, a range its scale can map, a default inside it that
 // a fresh explorer holds (the light's two views to display precision), help texts, and a format
 // the entry reads back.
-TEST(TuningTable, SixTabsOfConsistentSliders) {
+TEST(TuningTable, EverySliderIsConsistent) {
     const ExplorerSettings fresh;
-    std::vector<std::string> tabNames;
     std::set<std::string> titles;
     std::vector<TuningTarget> edited;
     for (const TuningTab& tab : kTabs) {
-        tabNames.push_back(tab.name);
         for (const TuningSliderSpec& s : tab.sliders) {
             SCOPED_TRACE(s.title);
             titles.insert(s.title);
@@ -49,9 +47,6 @@ TEST(TuningTable, SixTabsOfConsistentSliders) {
             EXPECT_EQ(parseTuningEntry(s.format(s.range.upper), s.formatPattern), s.range.upper);
         }
     }
-    EXPECT_EQ(tabNames, (std::vector<std::string>{"COLOR", "DISTANCE ESTIMATION", "GLOW", "TRAPS", "RELIEF",
-                                                  "SOUND"}));
-    EXPECT_EQ(edited.size(), 25u);
     EXPECT_EQ(titles.size(), edited.size());  // titles are unique
 }
 
@@ -102,9 +97,7 @@ TEST(TuningTrack, MapsValuesToPositionsAndBack) {
     const TrackCase cases[] = {
         {"FREQUENCY", 0.894427191, 0.5, 1e-9},  // half travel is the geometric mean
         {"FREQUENCY", 0.05, 0.0, 0},            // under a logarithmic slider's lower end
-        {"FREQUENCY", 9.0, 1.0, 0},
         {"THICKNESS", 2.0, 0.5, 1e-15},
-        {"THICKNESS", -5.0, 0.0, 0},
         {"DRAMA", 150.0, 1.0, 0},
     };
     for (const TrackCase& c : cases) {
