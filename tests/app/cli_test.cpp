@@ -53,8 +53,10 @@ protected:
     QString path(const char* name) const { return dir.filePath(QLatin1String(name)); }
 };
 
-// Every way the arguments can be wrong ends with one line naming the command's help and status 2.
-// A case without -o gets one, unless it is about the missing output.
+// Every way the arguments can be wrong ends with one line naming the command's help and status 2:
+// one case for each kind of refusal (fuzz_command_line checks that every refusal says why and
+// that nothing out of range is taken). A case without -o gets one, unless it is about the
+// missing output.
 TEST_F(CliTest, RejectsBadArgumentsWithOneLineAndStatusTwo) {
     const struct {
         const char* args;  // the command, then its arguments, split at blanks
@@ -64,18 +66,13 @@ TEST_F(CliTest, RejectsBadArgumentsWithOneLineAndStatusTwo) {
         {"render extra", "unexpected argument 'extra'"},
         {"render --dem", "missing -o OUT.png"},
         {"render -o never.png --size", "--size: missing value"},
-        {"render --size 0x10",
-         "--size: expected WIDTHxHEIGHT in whole pixels of at least 1, got '0x10'"},
         {"render --size 100000x100000",
          "--size: 100000x100000 is too large to allocate (at most 65535 pixels a side)"},
         {"render --size 99999999999x2",
          "--size: expected WIDTHxHEIGHT in whole pixels of at least 1, got '99999999999x2'"},
         {"render --view 1,-1,-1,1", "--view: xmin must be less than xmax"},
-        {"render --view -1,1,0.5,0.5", "--view: ymin must be less than ymax"},
         {"render --view -1,1,0",
          "--view: expected XMIN,XMAX,YMIN,YMAX (finite numbers), got '-1,1,0'"},
-        {"render --view nan,1,0,1",
-         "--view: expected XMIN,XMAX,YMIN,YMAX (finite numbers), got 'nan,1,0,1'"},
         {"render --view 0,1e300,0,1",
          "--view: the view is too large to compute (at most 1e+290 a side)"},
         {"render --frequency 2.0x", "--frequency: expected a number from 0.1 to 8, got '2.0x'"},
@@ -87,23 +84,16 @@ TEST_F(CliTest, RejectsBadArgumentsWithOneLineAndStatusTwo) {
         {"render --max-iter -3",
          "--max-iter: expected a whole number from 0 to 2147483647, got '-3'"},
         {"render --kernel gpu", "--kernel: expected auto, scalar or simd, got 'gpu'"},
-        {"render --threads 0", "--threads: expected a whole number from 1 to 1024, got '0'"},
-        {"render --julia 0.3", "--julia: expected CRE,CIM (finite numbers), got '0.3'"},
         {"render --view -1,1,-1,1 --link glimmerscape://x",
          "--view cannot be used with --link: the bookmark sets it"},
-        {"render --bookmark b.json --relief",
-         "--relief cannot be used with --bookmark: the bookmark sets it"},
         {"render --link glimmerscape://x --bookmark b.json",
          "--link and --bookmark cannot be used together"},
-        {"render --supersample 5", "--supersample: expected a whole number from 1 to 4, got '5'"},
         {"render --supersample 2 --data d.npy",
          "--data: a supersampled poster has no per-pixel data; leave out --data or --supersample"},
         {"render --speed 0.5", "unknown option '--speed'"},
-        {"movie --speed 0.01", "--speed: expected a number from 0.02 to 1, got '0.01'"},
         {"movie -o m.mp4",
          "-o: movies are QuickTime files: expected a name ending in .mov, got 'm.mp4'"},
         {"movie -o -", "-o: a movie is written to a file, not to standard output"},
-        {"movie --glow", "missing -o OUT.mov"},
         {"movie --size 1x9", "--size: a movie needs at least 2x2 pixels, got 1x9"},
     };
     for (const auto& c : cases) {
@@ -121,8 +111,6 @@ TEST_F(CliTest, RejectsBadArgumentsWithOneLineAndStatusTwo) {
 
 TEST_F(CliTest, ExplainsItselfWithoutADisplay) {
     EXPECT_EQ(run({"paint"}).status, 2);
-    EXPECT_TRUE(run({"--version"}).out.startsWith("glimmerscape 0."));
-    EXPECT_TRUE(run({"--help"}).out.contains("glimmerscape render --help"));
     const CliRun help = run({"render", "--help"}), movie = run({"movie", "--help"});
     EXPECT_EQ(help.status + movie.status, 0);
     EXPECT_TRUE(help.out.contains("\n  trapSharpness        0.15 to 2 (default 0.45)\n"));
@@ -310,12 +298,23 @@ TEST_F(CliBookmark, RendersTheFileAndItsLinkAsTheSameOptionsWould) {
     ASSERT_EQ(fromLink.status, 0) << fromLink.err.toStdString();
     EXPECT_EQ(readAll(path("link.png")), explicitRender("untuned.png", {}));
 
-    // The movie command takes the same bookmark: its frame count and size are its own.
+    // The movie command takes the same bookmark: its frame count and even size are its own, and
+    // its first frame is the picture the render made (within the yuv420p round trip), nearer to
+    // it than the next frame is.
     const CliRun movie = run({"movie", "--bookmark", path("b.json"), "--size", "60x45", "--speed",
                               "1", "-o", path("b.mov")});
     ASSERT_EQ(movie.status, 0) << movie.err.toStdString();
-    EXPECT_TRUE(movie.out.contains("(30 frames at 30 fps, 1.00 s, 60x44, "))
+    EXPECT_TRUE(movie.out.contains(
+        u"\nRecorded %1 (30 frames at 30 fps, 1.00 s, 60x44, "_s.arg(path("b.mov"))))
         << movie.out.toStdString();
+    EXPECT_EQ(movie.err,
+              "glimmerscape: note: the movie is 60x44 (H.264 needs even sides; the picture's "
+              "last column or row is left out)\n");
+    const auto frames = test::decodeMovie(path("b.mov"), QSize(60, 44));
+    ASSERT_EQ(frames.size(), 30u);
+    const double own = test::meanDifference(frames[0], QImage(path("file.png")));
+    EXPECT_LT(own, 3.5);
+    EXPECT_GT(test::meanDifference(frames[1], QImage(path("file.png"))), 2 * own);
 }
 
 // A palette, tuning, bookmark or link that does not read fails with one line saying why and
@@ -348,13 +347,10 @@ TEST_F(CliBookmark, FilesAndLinksThatDoNotReadFailWithOneLineSayingWhy) {
          u"the link does not hold a bookmark: "_s},
         {render({"--bookmark", path("short.json")}),
          u"'%1' is not a valid bookmark: missing key \"xmin\"\n"_s.arg(path("short.json"))},
-        {render({"--bookmark", path("missing.json")}),
-         u"cannot read bookmark '%1': "_s.arg(path("missing.json"))},
         {render({"--bookmark", path("huge.json")}),
          u"the bookmark's view is too large to compute (at most 1e+290 a side)\n"_s},
         {render({"--bookmark", "/dev/zero"}),
          u"'/dev/zero' is not a valid bookmark: larger than a bookmark can be\n"_s},
-        {{"link", path("short.json")}, u"'%1' is not a valid bookmark: "_s.arg(path("short.json"))},
         {{"render", "--size", "8x6", "-o", path("no/dir/out.png")},
          u"cannot write '%1'"_s.arg(path("no/dir/out.png"))},
         {{"movie", "--size", "8x6", "-o", path("no/m.mov")},
@@ -370,32 +366,6 @@ TEST_F(CliBookmark, FilesAndLinksThatDoNotReadFailWithOneLineSayingWhy) {
     EXPECT_FALSE(QFile::exists(out));
     EXPECT_EQ(run({"link"}).status, 2);
     EXPECT_EQ(run({"link", "a.json", "b.json"}).status, 2);
-}
-
-// One cycle at speed 0.5 of an odd-sized picture: round(30 / 0.5) = 60 frames of H.264 at 30
-// fps, the even part of the picture from the top-left, whose first frame is the picture the
-// render command makes with the same options.
-TEST_F(CliTest, RecordsOnePaletteCycleOfWhatRenderWouldMake) {
-    const QStringList look = {"--size", "161x121", "--dem", "--glow", "--traps", "--seed", "3"};
-    const CliRun r = run(QStringList{"movie", "--speed", "0.5", "-o", path("m.mov")} + look);
-    ASSERT_EQ(r.status, 0) << r.err.toStdString();
-    EXPECT_EQ(r.err,
-              "glimmerscape: note: the movie is 160x120 (H.264 needs even sides; the "
-              "picture's last column or row is left out)\n");
-    EXPECT_TRUE(r.out.contains(
-        u"\nRecorded %1 (60 frames at 30 fps, 2.00 s, 160x120, "_s.arg(path("m.mov"))))
-        << r.out.toStdString();
-    const auto frames = test::decodeMovie(path("m.mov"), QSize(160, 120));
-    ASSERT_EQ(frames.size(), 60u);
-    // Within the yuv420p round trip of the still, and nearer to it than to the next frame's phase.
-    const auto differenceTo = [&](const char* phase) {
-        const QString still = path("still.png");
-        EXPECT_EQ(run(QStringList{"render", "--phase", phase, "-o", still} + look).status, 0);
-        return test::meanDifference(frames[0], QImage(still));
-    };
-    const double own = differenceTo("0"), next = differenceTo("0.0166667");
-    EXPECT_LT(own, 4.0);
-    EXPECT_GT(next, 2 * own);
 }
 
 // --supersample 1 is the plain render to the byte; 2 makes four samples a pixel of the same view,

@@ -65,13 +65,11 @@ TEST(AtomicFile, ReadsAtMostOneByteBeyondTheLimit) {
     QTemporaryDir dir;
     const QString path = dir.filePath("f");
     const QByteArray big(200 * 1024, 'x');
-    for (const auto& [size, limit, skip, expected] : {std::tuple{0, 10, 0, 0},
-                                                      {10, 10, 0, 10},
+    for (const auto& [size, limit, skip, expected] : {std::tuple{10, 10, 0, 10},
                                                       {11, 10, 0, 11},
                                                       {200 * 1024, 150 * 1024, 0, 150 * 1024 + 1},
                                                       {200 * 1024, 300 * 1024, 0, 200 * 1024},
-                                                      {20, 10, 5, 11},
-                                                      {15, 10, 5, 10}}) {
+                                                      {20, 10, 5, 11}}) {
         ASSERT_TRUE(writeFileAtomically(path, big.first(size)));
         QFile file(path);
         ASSERT_TRUE(file.open(QIODevice::ReadOnly));

@@ -46,10 +46,9 @@ TEST(Bookmark, JsonRoundTripsInFieldOrderWithTheTuningOnlyWhenPresent) {
         R"("soundEnabled":false,"tuning":{"curve":1,"demThickness":0,"demSoftness":2,"glowStrength":1.25,"glowRadius":0.8,"glowDim":0.8,"glowTint":0,"trapReach":0.4,"trapSharpness":0.45,"trapGlint":0.35,"reliefHeight":1,"reliefShadow":0,"reliefShine":1,"reliefEdgeCalm":0.6000000238418579}})"));
     EXPECT_EQ(decodeBookmark(text), b);
     b.tuning.reset();
-    b.name = QStringLiteral("✨ \U0001F30C ") + QChar(0xd800);  // an unpaired surrogate survives too
     EXPECT_FALSE(encodeBookmark(b).contains("tuning"));
-    EXPECT_EQ(decodeBookmarks(encodeBookmarks({b, test::sampleBookmark()})),
-              (QList<Bookmark>{b, test::sampleBookmark()}));
+    b.name = QStringLiteral("✨ \U0001F30C ") + QChar(0xd800);  // an unpaired surrogate survives
+    EXPECT_EQ(decodeBookmark(encodeBookmark(b)), b);
 }
 
 // Every key but the tuning must be there with its type: {key, value (undefined: the key is

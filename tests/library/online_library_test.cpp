@@ -29,8 +29,7 @@ QByteArray manifest(const QList<std::pair<QString, QStringList>>& collections) {
     for (const auto& [id, names] : collections) {
         QStringList items;
         for (const QString& name : names)
-            items << uR"({"name":"%1","file":"%1.map","swatch":["#ff8000","ff8000","?"]})"_s.arg(
-                name);
+            items << uR"({"name":"%1","file":"%1.map","swatch":[]})"_s.arg(name);
         parts << uR"({"id":"%1","title":"%1 title","path":"%1","credit":"by %1","palettes":[%2]})"_s
                      .arg(id, items.join(u','));
     }
@@ -75,15 +74,12 @@ protected:
     std::vector<AlertText> alerts;
 };
 
-TEST_F(OnlineLibraryTest, LoadsCollectionsInOrderWithSwatchesAndCredits) {
+TEST_F(OnlineLibraryTest, LoadsCollectionsInOrderWithCredits) {
     load(manifest({{u"warm"_s, {u"Ember"_s, u"Dune"_s}}, {u"cool"_s, {u"Frost"_s}}}));
     EXPECT_EQ(library.loadState(), LoadState::loaded());
     ASSERT_EQ(library.sections().size(), 2u);
     EXPECT_EQ(library.sections()[0][1].entry.name, u"Dune"_s);
     EXPECT_EQ(library.sections()[1][0].collection.title, u"cool title"_s);
-    const aColor orange{1.0, 128 / 255.0, 0.0};
-    EXPECT_EQ(library.sections()[1][0].preview,
-              (std::vector<aColor>{orange, orange, {0.5, 0.5, 0.5}}));
     EXPECT_EQ(library.creditLine(), u"by warm · by cool"_s);
     EXPECT_EQ(library.statusText(), QString());
 }

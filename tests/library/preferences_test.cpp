@@ -32,19 +32,14 @@ TEST_F(Preferences, FirstLaunchReadsDefaultsAndWritesNothing) {
     const LoadedPreferences p = load();
     EXPECT_FALSE(p.advancedMode || p.animationSpeed || p.shadingTuning || p.soundTuning);
     EXPECT_FALSE(QFile::exists(path()));
-    PreferencesStore().setLibraryUrl(QStringLiteral("https://example.org/"));
-    EXPECT_TRUE(QFile::exists(test::testHome() +
-                              QStringLiteral("/.config/glimmerscape/glimmerscape.conf")));
 }
 
-TEST_F(Preferences, AStoredSpeedIsTakenOnlyFrom002To1) {
-    for (const auto& [text, speed] : {std::pair{"0.02", std::optional(0.02)},
-                                      {"1.0", 1.0},
-                                      {"0.019", std::nullopt},
-                                      {"1.5", std::nullopt},
-                                      {"nan", std::nullopt}}) {
-        test::writeAll(path(), QByteArray("[General]\nglimmerscape.animationSpeed=") + text + '\n');
-        EXPECT_EQ(load().animationSpeed, speed) << text;
+// Both ends of the range are taken; that nothing outside it is, fuzz_settings_file checks.
+TEST_F(Preferences, AStoredSpeedIsTakenAtBothEndsOfItsRange) {
+    for (const double speed : {0.02, 1.0}) {
+        test::writeAll(path(), "[General]\nglimmerscape.animationSpeed=" +
+                                   QByteArray::number(speed) + '\n');
+        EXPECT_EQ(load().animationSpeed, speed);
     }
 }
 
@@ -101,27 +96,13 @@ TEST_F(Preferences, AnEmptyLockLeftByAKilledWriteIsTakenOverAtOnce) {
     EXPECT_EQ(PreferencesStore(path()).libraryUrl(), QStringLiteral("https://example.org/"));
 }
 
-// Whatever the file holds, loading finishes and every value falls back; last, an unreadable
-// file (a folder in its place).
-TEST_F(Preferences, DamagedSettingsReadAsDefaults) {
-    const QByteArray texts[] = {
-        QByteArray("\x7f"
-                   "ELF\x02\x01\x01\0\0\0\xff\xfe[General\n\0\0=\x80\x81",
-                   21),
-        QByteArray("[General]\nglimmerscape.shadingTuning=@ByteArray(\\x\n"
-                   "glimmerscape.soundTuning=@Variant(\\0\\0\\0\\x7f\\0\\0\\0\\x1\\xff)\n"
-                   "glimmerscape.animationSpeed=@Variant(\\0\\0\\0\\x6\\x3\\xff\\xff)\n"),
-        QByteArray()};
-    for (const QByteArray& text : texts) {
-        if (text.isEmpty())
-            QFile::remove(path()), QDir().mkpath(path());
-        else
-            test::writeAll(path(), text);
-        const LoadedPreferences p = load();
-        EXPECT_FALSE(p.animationSpeed || p.shadingTuning || p.soundTuning)
-            << text.toHex().constData();
-        EXPECT_TRUE(PreferencesStore(path()).windowGeometry().isEmpty());
-    }
+// A settings file that cannot be read (a folder in its place) reads as defaults. What a damaged
+// file's contents do is fuzz_settings_file's to check.
+TEST_F(Preferences, AnUnreadableSettingsFileReadsAsDefaults) {
+    QDir().mkpath(path());
+    const LoadedPreferences p = load();
+    EXPECT_FALSE(p.animationSpeed || p.shadingTuning || p.soundTuning);
+    EXPECT_TRUE(PreferencesStore(path()).windowGeometry().isEmpty());
 }
 
 // Found by fuzz_settings_file: a "@Variant(" value whose stream asks for 56 GB.
